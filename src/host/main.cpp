@@ -1,0 +1,3 @@
+#include "host/luahost.h"
+
+int main(int argc, char** argv) { return SkeldaMain(argc, argv); }
