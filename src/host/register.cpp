@@ -2,6 +2,7 @@
 #include "host/register.h"
 
 #include "host/luahost.h"
+#include "manybody/luawavefunction.h"
 
 void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
     for (; list->name != nullptr; list++) {
@@ -26,6 +27,11 @@ void SkeldaRegisterImaginaryUnit(lua_State* L) {
 // types, Ulmen, Rondo, Tessel, the global functions, then the math names as
 // globals.  A later registration of a name overwrites an earlier one.
 int luaopen_ssp(lua_State* L) {
-    (void)L;
+    LuaRegisterWavefunctionType(L);
+    static const luaL_Reg globals[] = {
+        {"NewWavefunction", LuaNewWaveFunction},
+        {nullptr, nullptr},
+    };
+    SkeldaSetGlobalFunctions(L, globals);
     return 0;
 }
