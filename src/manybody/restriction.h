@@ -5,9 +5,9 @@
 #ifndef SKELDA_MANYBODY_RESTRICTION_H
 #define SKELDA_MANYBODY_RESTRICTION_H
 
-#include <lua.hpp>
-
 #include <cstdint>
+
+struct lua_State;
 
 // Bytes of a determinant of NF fermion and NB boson modes: one bit per
 // fermion, rounded up to whole bytes, then one byte per boson.  The unsigned

@@ -1,4 +1,6 @@
 // Script reader of occupation restrictions.
+#include <lua.hpp>
+
 #include <cstdlib>
 #include <cstring>
 
