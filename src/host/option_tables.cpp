@@ -8,16 +8,7 @@
 #include <cstring>
 
 #include "host/options.h"
-
-// The occupation-restriction reader lives with the operator store.  Until
-// that header is part of the build, options of type
-// "DeterminantRestrictionType" are reported as of an unrecognized type.
-#if __has_include("manybody/restriction.h")
 #include "manybody/restriction.h"
-#define SKELDA_HAVE_RESTRICTION_READER 1
-#else
-#define SKELDA_HAVE_RESTRICTION_READER 0
-#endif
 
 namespace {
 
@@ -43,6 +34,7 @@ struct OptionTypeName {
 
 // Bytes of a DeterminantRestrictionType: a count and three pointers.
 const size_t kRestrictionSize = 32;
+static_assert(sizeof(DeterminantRestrictionType) == kRestrictionSize, "restriction record size");
 
 const OptionTypeName kOptionTypes[] = {
     {"char*", kOptionString, 0},
@@ -57,21 +49,10 @@ const OptionTypeName kOptionTypes[] = {
     {"DeterminantRestrictionType", kOptionRestriction, kRestrictionSize},
 };
 
-#if SKELDA_HAVE_RESTRICTION_READER
-static_assert(sizeof(DeterminantRestrictionType) == kRestrictionSize, "restriction record size");
-#endif
-
 const OptionTypeName* FindOptionType(const char* type) {
     if (type == nullptr) return nullptr;
     for (const OptionTypeName& t : kOptionTypes) {
-        if (strcmp(t.name, type) == 0) {
-#if !SKELDA_HAVE_RESTRICTION_READER
-            // No reader for restriction tables in this build: the type is
-            // treated as unknown.
-            if (t.kind == kOptionRestriction) return nullptr;
-#endif
-            return &t;
-        }
+        if (strcmp(t.name, type) == 0) return &t;
     }
     return nullptr;
 }
@@ -127,9 +108,7 @@ void DecodeOptionValue(lua_State* L, int idx, OptionKind kind, void* dst) {
             *(CompactVectorType*)dst = luaL_checkVector(L, idx);
             break;
         case kOptionRestriction:
-#if SKELDA_HAVE_RESTRICTION_READER
             luaL_setarray_DeterminatRestrictionType(L, idx, (DeterminantRestrictionType*)dst);
-#endif
             break;
         case kOptionUnknown:
             break;
@@ -239,11 +218,11 @@ int LuaTestOptionsList(lua_State* L, int idx) {
 namespace {
 
 // Frees what LuaReturnVariableType gave for a type.  The string of "char*"
-// belongs to the interpreter; the arrays inside a restriction are left to
-// their reader's owner.
+// belongs to the interpreter.
 void FreeReturnedVariable(void* p, const OptionTypeName* type) {
     if (p == nullptr || type == nullptr || type->kind == kOptionString) return;
     if (type->kind == kOptionVector) free(((CompactVectorType*)p)->data);
+    if (type->kind == kOptionRestriction) FreeDeterminantRestriction((DeterminantRestrictionType*)p);
     free(p);
 }
 
@@ -291,7 +270,7 @@ void* LuaReturnVariableType(lua_State* L, int idx, const char* type) {
         uint8_t u8;
         double d;
         CompactVectorType v;
-        unsigned char restriction[kRestrictionSize];
+        DeterminantRestrictionType restriction;
     } value;
     memset(&value, 0, sizeof value);
     DecodeOptionValue(L, idx, t->kind, &value);

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "host/options.h"
+#include "manybody/restriction.h"
 
 namespace {
 
@@ -253,6 +254,40 @@ TEST_F(OptionsTest, PushComplexArrayGivesNumbersWhereTheImaginaryPartIsZero) {
     ASSERT_EQ(n, 3u);
     EXPECT_EQ(back[1].im, -0.5);
     free(back);
+}
+
+int RestrictionOpts(lua_State* L) {
+    DeterminantRestrictionType* R = (DeterminantRestrictionType*)lua_touserdata(L, 2);
+    LuaOptionsType options[] = {
+        {"restrictions", "DeterminantRestrictionType", R},
+        {nullptr, nullptr, nullptr},
+    };
+    LuaCheckOptions(L, 1, options);
+    return 0;
+}
+
+TEST_F(OptionsTest, RestrictionOptionIsReadByTheOperatorStoreReader) {
+    DeterminantRestrictionType R;
+    InitDeterminantRestriction(&R);
+    lua_pushcfunction(L, RestrictionOpts);
+    ASSERT_EQ(luaL_dostring(L, "return {{'Restrictions', {4, 0, {'1100', 1, 2}}}}"), LUA_OK);
+    lua_pushlightuserdata(L, &R);
+    ASSERT_EQ(lua_pcall(L, 2, 0, 0), LUA_OK) << lua_tostring(L, -1);
+    ASSERT_EQ(R.NRestriction, 1u);
+    EXPECT_EQ(R.Mask[0][0], 0xC0);
+    EXPECT_EQ(R.MinOcc[0], 1u);
+    EXPECT_EQ(R.MaxOcc[0], 2u);
+    FreeDeterminantRestriction(&R);
+
+    // The last of two pairs wins; the first one read is freed.
+    ASSERT_EQ(luaL_dostring(L, "return {{'r', {2, 0}}, {'r', {2, 0, {'01', 0, 1}, {'11', 1, 1}}}}"), LUA_OK);
+    DeterminantRestrictionType* found = (DeterminantRestrictionType*)LuaFindOptionsInTable(L, -1, "r",
+                                                                                          "DeterminantRestrictionType");
+    ASSERT_NE(found, nullptr);
+    EXPECT_EQ(found->NRestriction, 2u);
+    EXPECT_EQ(found->Mask[1][0], 0xC0);
+    FreeDeterminantRestriction(found);
+    free(found);
 }
 
 TEST(SprintfAdd, AppendsAcrossManyGrowthSteps) {
