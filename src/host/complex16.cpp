@@ -5,9 +5,9 @@
 
 namespace {
 
-// q*(1 - q/2 + q^2/3 - ... - q^9/10): ten terms of log(1+q), for small q.
+// 1 - q/2 + q^2/3 - ... - q^9/10: ten terms of log(1+q)/q, for small q.
 double LogOnePlusSeries(double q) {
-    return q * (1.0 - q * (1.0 / 2 - q * (1.0 / 3 - q * (1.0 / 4 - q * (1.0 / 5 - q * (1.0 / 6 - q * (1.0 / 7 - q * (1.0 / 8 - q * (1.0 / 9 - q / 10)))))))));
+    return (1.0 - q * (1.0 / 2 - q * (1.0 / 3 - q * (1.0 / 4 - q * (1.0 / 5 - q * (1.0 / 6 - q * (1.0 / 7 - q * (1.0 / 8 - q * (1.0 / 9 - q / 10)))))))));
 }
 
 // 0.5 / ln(10): turns the series of log(1+q) into the one of log10(1+q)/2.
@@ -44,11 +44,11 @@ Complex16 Clog(Complex16 a) {
     if (std::fabs(a.im) / 10 > std::fabs(a.re)) {
         double r = a.re / a.im;
         double q = r * r;
-        re = std::log(std::fabs(a.im)) + 0.5 * LogOnePlusSeries(q);
+        re = std::log(std::fabs(a.im)) + 0.5 * q * LogOnePlusSeries(q);
     } else if (std::fabs(a.re) / 10 > std::fabs(a.im)) {
         double r = a.im / a.re;
         double q = r * r;
-        re = std::log(std::fabs(a.re)) + 0.5 * LogOnePlusSeries(q);
+        re = std::log(std::fabs(a.re)) + 0.5 * q * LogOnePlusSeries(q);
     } else {
         re = 0.5 * std::log(a.re * a.re + a.im * a.im);
     }
@@ -60,12 +60,12 @@ Complex16 Clog10(Complex16 a) {
     if (std::fabs(a.im) / 10 > std::fabs(a.re)) {
         double r = a.re / a.im;
         double q = r * r;
-        re = std::log10(std::fabs(a.im)) + kHalfOverLn10 * LogOnePlusSeries(q);
+        re = std::log10(std::fabs(a.im)) + kHalfOverLn10 * q * LogOnePlusSeries(q);
     } else if (std::fabs(a.re) / 10 > std::fabs(a.im)) {
         double r = a.im / a.re;
         double q = r * r;
         // Natural logarithm in front on purpose; see the header.
-        re = std::log(std::fabs(a.re)) + kHalfOverLn10 * LogOnePlusSeries(q);
+        re = std::log(std::fabs(a.re)) + kHalfOverLn10 * q * LogOnePlusSeries(q);
     } else {
         re = 0.5 * std::log10(a.re * a.re + a.im * a.im);
     }
