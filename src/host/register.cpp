@@ -1,6 +1,7 @@
 // Registration of everything the system adds to the interpreter.
 #include "host/register.h"
 
+#include "host/complex_lua.h"
 #include "host/luahost.h"
 
 void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
@@ -12,10 +13,11 @@ void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
 
 void SkeldaRegisterHostLibraries(lua_State* L) {
     (void)L;
+    LuaRegisterComplex(L);
 }
 
 void SkeldaRegisterImaginaryUnit(lua_State* L) {
-    (void)L;
+    LuaRegisterImaginaryUnit(L);
 }
 
 // Object types, library tables and global functions of the many-body system.
