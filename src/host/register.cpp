@@ -1,6 +1,7 @@
 // Registration of everything the system adds to the interpreter.
 #include "host/register.h"
 
+#include "host/complex_lua.h"
 #include "host/luahost.h"
 #include "host/timing.h"
 #include "host/units.h"
@@ -16,10 +17,11 @@ void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
 void SkeldaRegisterHostLibraries(lua_State* L) {
     RegisterPhysicalConstants(L);
     RegisterEnergyUnits(L, "eV");
+    LuaRegisterComplex(L);
 }
 
 void SkeldaRegisterImaginaryUnit(lua_State* L) {
-    (void)L;
+    LuaRegisterImaginaryUnit(L);
 }
 
 namespace {
