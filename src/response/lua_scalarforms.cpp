@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "host/complex16.h"
+#include "host/complex_lua.h"
 #include "response/listofpoles.h"
 #include "response/tridiagonal.h"
 
@@ -74,18 +75,12 @@ Form CheckForm(lua_State* L, int index) {
     return form;
 }
 
-// A number, or a complex number without imaginary part.
+// A number, a numeric string, or a complex number without imaginary part.
 bool ReadReal(lua_State* L, int index, double* x) {
-    if (lua_type(L, index) == LUA_TNUMBER) {
-        *x = lua_tonumber(L, index);
-        return true;
-    }
-    const Complex16* c = static_cast<const Complex16*>(luaL_testudata(L, index, "Complex_Type"));
-    if (c != nullptr && c->im == 0.0) {
-        *x = c->re;
-        return true;
-    }
-    return false;
+    Complex16 z;
+    if (LuaToComplex16(L, index, &z) == 0 || z.im != 0.0) return false;
+    *x = z.re;
+    return true;
 }
 
 // Copies the name field into name; false if there is none.

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "host/complex16.h"
+#include "host/complex_lua.h"
 #include "response/tridiagonal.h"
 
 namespace {
@@ -25,23 +26,13 @@ int ReadPush(lua_State* L) {
     return 3;
 }
 
-int MakeComplex(lua_State* L) {
-    Complex16* c = static_cast<Complex16*>(lua_newuserdata(L, sizeof(Complex16)));
-    c->re = luaL_checknumber(L, 1);
-    c->im = luaL_checknumber(L, 2);
-    luaL_setmetatable(L, "Complex_Type");
-    return 1;
-}
-
 struct LuaState {
     lua_State* L;
     LuaState() : L(luaL_newstate()) {
         luaL_openlibs(L);
-        luaL_newmetatable(L, "Complex_Type");
-        lua_pop(L, 1);
+        LuaRegisterComplex(L);
         lua_newtable(L);
         lua_setglobal(L, "ResponseFunctionMeta");
-        lua_register(L, "cplx", MakeComplex);
         lua_register(L, "poles", (ReadPush<ListOfPoles, luaL_checkListOfPoles, LuaPushTable_ListOfPoles,
                                            EvaluateListOfPoles, FreeListOfPoles>));
         lua_register(L, "tri", (ReadPush<TriDiagonalMatrixType, luaL_checkTriDiagonalMatrixType,
@@ -96,10 +87,10 @@ TEST(ResponseTables, ListReadsAndPushesBack) {
 
 TEST(ResponseTables, ComplexElementsWithoutImaginaryPartAreNumbers) {
     LuaState s;
-    EXPECT_EQ(s.Run("local t = poles({{cplx(0.5, 0), 1}, {cplx(2, 0)}, type='ListOfPoles', name='c', mu=0}) "
+    EXPECT_EQ(s.Run("local t = poles({{Complex.New(0.5, 0), 1}, {Complex.New(2, 0)}, type='ListOfPoles', name='c', mu=0}) "
                     "return string.format('%g %g %g', t[1][1], t[1][2], t[2][1])"),
               "0.5 1 2");
-    EXPECT_EQ(s.Error("poles", "{{cplx(0.5, 1), 1}, {2}, type='ListOfPoles', name='c', mu=0}"),
+    EXPECT_EQ(s.Error("poles", "{{Complex.New(0.5, 1), 1}, {2}, type='ListOfPoles', name='c', mu=0}"),
               "Error a list of pole should be a list of two lists {{a0,a1,a2,...,an},{b1^2,b2^2,...,bn^2}}");
 }
 
