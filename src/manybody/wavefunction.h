@@ -34,11 +34,8 @@
 #include <cstdint>
 #include <cstdio>
 
-// The tests for zero of the many-body code: ZeroCut (bits 0x0044000000000000,
-// ten times the smallest normal double) for squared magnitudes, SqrtZeroCut
-// (bits 0x20194C583ADA5B53) for magnitudes.
-constexpr double ZeroCut = 2.2250738585072014e-307;
-constexpr double SqrtZeroCut = 4.717068855239662e-154;
+// ZeroCut (bits 0x0044000000000000) and SqrtZeroCut (bits 0x20194C583ADA5B53).
+#include "manybody/zerocut.h"
 
 // Storage blocks: 16384 slots each; an index splits at bit 14.
 constexpr uint32_t WaveFunctionBlokSize = 16384;

@@ -10,6 +10,11 @@ print(psi)
 print(NewWavefunction(4, 0, {{"0110", 1}}, {{"Name", "phi"}, {"NBitsKey", 2}}))
 print(NewWavefunction(4, 0, {{"0001", 1}}, 3))
 
+-- One Complex prefactor makes the whole state complex, also with a zero
+-- imaginary part.
+print(NewWavefunction(4, 0, {{"1100", 1}, {"0011", 0.5 - 2 * I}}))
+print(NewWavefunction(4, 0, {{"1100", Complex.New(3, 0)}}))
+
 -- An empty list gives an empty real state.
 print(NewWavefunction(3, 0, {}))
 
@@ -34,6 +39,8 @@ check.fails("Error in LuaWavefunctionNew, length of string(3) different from NFe
   NewWavefunction, 4, 0, {{"110", 1}})
 check.fails("Error in LuaWavefunctionNew, determinant number 1 should be a table of 2 words\n",
   NewWavefunction, 10, 0, {{{1}, 1}})
+check.fails("Error in option 1, Unrecognized option \"Foo\"\n Possible values for options are:\nName [char*]\nNBitsKey [uint32_t]\n",
+  NewWavefunction, 4, 0, {}, {{"Foo", 1}})
 check.fails("bad argument #-1 to 'NewWavefunction' (Complex_Type expected, got boolean)",
   function() NewWavefunction(4, 0, {{"1100", true}}) end)
 
