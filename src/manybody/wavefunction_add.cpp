@@ -127,7 +127,7 @@ int AddElement(WaveFunctionType* psi, const uint8_t* det, const double* re, cons
     }
     WaveFunctionNext(base, n) = 0;
     // det may point into the store itself (re-keying moves elements down).
-    memmove(WaveFunctionDet(base, n), det, nword);
+    if (nword > 0) memmove(WaveFunctionDet(base, n), det, nword);
     if (pred != 0)
         WaveFunctionNext(base, pred) = n;
     else

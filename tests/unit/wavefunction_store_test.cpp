@@ -149,8 +149,9 @@ TEST(WaveFunctionStore, RepeatsSumAndZeroStillCreatesAnElement) {
 TEST(WaveFunctionStore, NoModesMeansEveryDeterminantIsTheSame) {
     WaveFunctionType psi = MakeState(0, false, 4);
     EXPECT_EQ(psi.NWord, 0u);
-    RealWaveFunctionAddElement(&psi, nullptr, 1.0);
-    RealWaveFunctionAddElement(&psi, nullptr, 2.0);
+    uint8_t none = 0;  // no byte of it is read
+    RealWaveFunctionAddElement(&psi, &none, 1.0);
+    RealWaveFunctionAddElement(&psi, &none, 2.0);
     EXPECT_EQ(psi.N, 1u);
     EXPECT_EQ(WaveFunctionRe(psi, 1), 3.0);
     WaveFunctionFree(&psi);
