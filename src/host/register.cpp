@@ -6,7 +6,7 @@
 #include "host/timing.h"
 #include "host/units.h"
 #include "host/verbosity.h"
-#include "manybody/luawavefunction.h"
+#include "manybody/wavefunction_lua.h"
 
 void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
     for (; list->name != nullptr; list++) {

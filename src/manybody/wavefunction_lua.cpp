@@ -5,7 +5,7 @@
 
 #include "host/complex16.h"
 #include "host/options.h"
-#include "manybody/luawavefunction.h"
+#include "manybody/wavefunction_lua.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The script face of wave functions: the userdata "Wavefunction_Type" that
 // holds one WaveFunctionType record, and the constructor NewWavefunction.
-#ifndef SKELDA_MANYBODY_LUAWAVEFUNCTION_H
-#define SKELDA_MANYBODY_LUAWAVEFUNCTION_H
+#ifndef SKELDA_MANYBODY_WAVEFUNCTION_LUA_H
+#define SKELDA_MANYBODY_WAVEFUNCTION_LUA_H
 
 #include <lua.hpp>
 
