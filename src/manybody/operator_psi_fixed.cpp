@@ -1,0 +1,283 @@
+// The fixed-basis kernels: O psi into a state whose basis exists already
+// (the basis of psi, or one made beforehand).  Results are looked up in the
+// basis, which nobody changes meanwhile, and added with atomic double
+// additions; results outside the basis are dropped.  No staging, no lock and
+// nothing that can fail inside the loops.
+#include <omp.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "manybody/fatal.h"
+#include "manybody/operator_psi.h"
+#include "manybody/operator_psi_engine.h"
+
+namespace {
+
+typedef OperatorPsiKindType Kind;
+
+template <bool StC, bool OutC, bool Atomic>
+struct ConserveSink {
+    static constexpr bool kStrictCut = false;
+    const WaveFunctionType* out;
+    uint8_t* scratch;  // zero-padded for OperatorPsiHashPadded
+    double a, b;
+
+    uint8_t* Scratch() { return scratch; }
+
+    template <bool OpC>
+    bool Accept(double f, double vr, double vi) {
+        const uint32_t i = OperatorPsiIndexDet(*out, scratch);
+        if (i == 0) return true;
+        double re, im = 0.0;
+        OperatorPsiTermValue<OpC, StC, OutC>(a, b, vr, vi, f, re, im);
+        if (Atomic) {
+            OperatorPsiAtomicAdd(WaveFunctionRe(*out, i), re);
+            if (OutC) OperatorPsiAtomicAdd(WaveFunctionIm(*out, i), im);
+        } else {
+            WaveFunctionRe(*out, i) += re;
+            if (OutC) WaveFunctionIm(*out, i) += im;
+        }
+        return true;
+    }
+};
+
+// A thread's scratch determinant; without it the kernel cannot go on and
+// has no way back.
+uint8_t* ScratchOrExit(uint32_t nword) {
+    uint8_t* scratch = static_cast<uint8_t*>(calloc(OperatorPsiScratchBytes(nword), 1));
+    if (scratch == nullptr) FatalAllocationExit();
+    return scratch;
+}
+
+template <int W, bool StC, bool OutC, bool Atomic>
+void ConserveLoop(const OperatorType& O, const WaveFunctionType& psi, const WaveFunctionType& target,
+                  const OperatorPsiShapeType& s, uint8_t* scratch) {
+    ConserveSink<StC, OutC, Atomic> sink;
+    sink.out = &target;
+    sink.scratch = scratch;
+    sink.a = sink.b = 0.0;
+    const long long N = psi.N;
+#pragma omp for schedule(static)
+    for (long long i = 1; i <= N; i++) {
+        const uint32_t e = (uint32_t)i;
+        sink.a = WaveFunctionRe(psi, e);
+        if (StC) sink.b = WaveFunctionIm(psi, e);
+        OperatorPsiApplyToElement<W, false>(O, s, WaveFunctionDet(psi, e), sink);
+    }
+}
+
+// The parallel application into the basis of target.  A team of one thread
+// adds without atomics: nobody else writes.
+template <int W, bool StC, bool OutC>
+void ConserveRegion(const OperatorType& O, const WaveFunctionType& psi, const WaveFunctionType& target,
+                    const OperatorPsiShapeType& s) {
+#pragma omp parallel
+    {
+        uint8_t* scratch = ScratchOrExit(s.NWord);
+        if (omp_get_num_threads() > 1)
+            ConserveLoop<W, StC, OutC, true>(O, psi, target, s, scratch);
+        else
+            ConserveLoop<W, StC, OutC, false>(O, psi, target, s, scratch);
+        free(scratch);
+    }
+}
+
+void RunConserve(Kind kind, const OperatorType& O, const WaveFunctionType& psi, const WaveFunctionType& target) {
+    OperatorPsiShapeType s;
+    OperatorTermMasksType masks;
+    OperatorPsiInitShape(&s, &masks, O, psi, nullptr, psi.N);
+    OperatorPsiDispatchShape(s, [&](auto words, auto) {
+        OperatorPsiDispatchValues(kind, [&](auto stateComplex, auto resultComplex) {
+            ConserveRegion<decltype(words)::value, decltype(stateComplex)::value, decltype(resultComplex)::value>(
+                O, psi, target, s);
+        });
+    });
+    FreeOperatorTermMasks(&masks);
+}
+
+// NBlok zeroed value blocks in a new pointer array, or null after printing
+// text01 (the array) or text02 (a block), with nothing left allocated.
+double** ZeroedBlocks(uint32_t nblok, const char* text01, const char* text02) {
+    double** blocks = static_cast<double**>(malloc((nblok > 0 ? nblok : 1) * sizeof(double*)));
+    if (blocks == nullptr) {
+        OperatorPsiSay(text01);
+        return nullptr;
+    }
+    for (uint32_t b = 0; b < nblok; b++) {
+        blocks[b] = static_cast<double*>(calloc(WaveFunctionBlokSize, sizeof(double)));
+        if (blocks[b] == nullptr) {
+            OperatorPsiSay(text02);
+            for (uint32_t k = 0; k < b; k++) free(blocks[k]);
+            free(blocks);
+            return nullptr;
+        }
+    }
+    return blocks;
+}
+
+void FreeBlocks(double** blocks, uint32_t nblok) {
+    if (blocks == nullptr) return;
+    for (uint32_t b = 0; b < nblok; b++) free(blocks[b]);
+    free(blocks);
+}
+
+int ConserveBasis(Kind kind, const OperatorType& O, const WaveFunctionType& psi, WaveFunctionType* Opsi) {
+    const bool outComplex = OperatorPsiKindComplexResult(kind);
+    memset(Opsi->Name, 0, sizeof(Opsi->Name));
+    strcpy(Opsi->Name, "Wave Function");
+    Opsi->N = psi.N;
+    Opsi->NBlok = psi.NBlok;
+    Opsi->NFermion = psi.NFermion;
+    Opsi->NBoson = psi.NBoson;
+    Opsi->NWord = psi.NWord;
+    Opsi->Next = psi.Next;
+    Opsi->Determinant = psi.Determinant;
+    Opsi->NBitsKey = psi.NBitsKey;
+    Opsi->KeyList = psi.KeyList;
+    Opsi->QComplex = outComplex ? 1 : 0;
+    Opsi->ValueIm = nullptr;
+    Opsi->ValueRe = ZeroedBlocks(psi.NBlok, "alloc failed OperatorPsiConserveBasis 01",
+                                 "alloc failed OperatorPsiConserveBasis 02");
+    if (Opsi->ValueRe != nullptr && outComplex) {
+        Opsi->ValueIm = ZeroedBlocks(psi.NBlok, "alloc failed OperatorPsiConserveBasis 01",
+                                     "alloc failed OperatorPsiConserveBasis 02");
+        if (Opsi->ValueIm == nullptr) {
+            FreeBlocks(Opsi->ValueRe, psi.NBlok);
+            Opsi->ValueRe = nullptr;
+        }
+    }
+    if (Opsi->ValueRe == nullptr) {
+        // Nothing of the failed result may pass for a sharer of the basis.
+        Opsi->N = 0;
+        Opsi->NBlok = 0;
+        Opsi->Next = nullptr;
+        Opsi->Determinant = nullptr;
+        Opsi->KeyList = nullptr;
+        return 1;
+    }
+    RunConserve(kind, O, psi, *Opsi);
+    return 0;
+}
+
+int PreAllocated(Kind kind, const OperatorType& O, const WaveFunctionType& psi, WaveFunctionType* Opsi) {
+    if (!OperatorPsiKindComplexResult(kind)) {
+        if (Opsi->QComplex) {
+            FreeBlocks(Opsi->ValueIm, Opsi->NBlok);
+            Opsi->ValueIm = nullptr;
+            Opsi->QComplex = 0;
+        }
+    } else if (!Opsi->QComplex) {
+        if (PromoteRealWaveFunctionToComplex(Opsi) != 0) {
+            char text[160];
+            snprintf(text, sizeof(text), "MakeComplexWaveFunctionFromReal failed in OperatorPsiConserveBasisPreAllocated%s",
+                     OperatorPsiKindName(kind));
+            OperatorPsiSay(text);
+            return 1;
+        }
+    }
+    // Clear every value block, the blocks split among the threads.
+    const long long nblok = Opsi->NBlok;
+    double** re = Opsi->ValueRe;
+    double** im = Opsi->QComplex ? Opsi->ValueIm : nullptr;
+#pragma omp parallel for schedule(static)
+    for (long long b = 0; b < nblok; b++) {
+        memset(re[b], 0, WaveFunctionBlokSize * sizeof(double));
+        if (im != nullptr) memset(im[b], 0, WaveFunctionBlokSize * sizeof(double));
+    }
+    RunConserve(kind, O, psi, *Opsi);
+    return 0;
+}
+
+bool ShapesFit(const OperatorType& O, const WaveFunctionType& psi, const WaveFunctionType& target,
+               const char* where) {
+    if (OperatorPsiModesFit(O, psi) && psi.NWord == target.NWord) return true;
+    char text[200];
+    snprintf(text, sizeof(text), "The operator acts on more modes than the determinants of the wave function hold in %s",
+             where);
+    OperatorPsiSay(text);
+    return false;
+}
+
+}  // namespace
+
+int OperatorPsiConserveBasis(OperatorType O, WaveFunctionType psi, WaveFunctionType* Opsi) {
+    if (!ShapesFit(O, psi, psi, "OperatorPsiConserveBasis")) return 1;
+    return ConserveBasis(OperatorPsiChooseKind(OperatorPsiKind(O), psi.QComplex != 0), O, psi, Opsi);
+}
+int OperatorPsiConserveBasisRR(OperatorType O, WaveFunctionType psi, WaveFunctionType* Opsi) {
+    return ConserveBasis(OperatorPsiKindRR, O, psi, Opsi);
+}
+int OperatorPsiConserveBasisRC(OperatorType O, WaveFunctionType psi, WaveFunctionType* Opsi) {
+    return ConserveBasis(OperatorPsiKindRC, O, psi, Opsi);
+}
+int OperatorPsiConserveBasisCR(OperatorType O, WaveFunctionType psi, WaveFunctionType* Opsi) {
+    return ConserveBasis(OperatorPsiKindCR, O, psi, Opsi);
+}
+int OperatorPsiConserveBasisCC(OperatorType O, WaveFunctionType psi, WaveFunctionType* Opsi) {
+    return ConserveBasis(OperatorPsiKindCC, O, psi, Opsi);
+}
+int OperatorPsiConserveBasisMR(OperatorType O, WaveFunctionType psi, WaveFunctionType* Opsi) {
+    return ConserveBasis(OperatorPsiKindMR, O, psi, Opsi);
+}
+int OperatorPsiConserveBasisMC(OperatorType O, WaveFunctionType psi, WaveFunctionType* Opsi) {
+    return ConserveBasis(OperatorPsiKindMC, O, psi, Opsi);
+}
+
+int OperatorPsiConserveBasisPreAllocated(const OperatorType* O, const WaveFunctionType* psi,
+                                         WaveFunctionType* Opsi) {
+    if (!ShapesFit(*O, *psi, *Opsi, "OperatorPsiConserveBasisPreAllocated")) return 1;
+    return PreAllocated(OperatorPsiChooseKind(OperatorPsiKind(*O), psi->QComplex != 0), *O, *psi, Opsi);
+}
+int OperatorPsiConserveBasisPreAllocatedRR(const OperatorType* O, const WaveFunctionType* psi,
+                                           WaveFunctionType* Opsi) {
+    return PreAllocated(OperatorPsiKindRR, *O, *psi, Opsi);
+}
+int OperatorPsiConserveBasisPreAllocatedRC(const OperatorType* O, const WaveFunctionType* psi,
+                                           WaveFunctionType* Opsi) {
+    return PreAllocated(OperatorPsiKindRC, *O, *psi, Opsi);
+}
+int OperatorPsiConserveBasisPreAllocatedCR(const OperatorType* O, const WaveFunctionType* psi,
+                                           WaveFunctionType* Opsi) {
+    return PreAllocated(OperatorPsiKindCR, *O, *psi, Opsi);
+}
+int OperatorPsiConserveBasisPreAllocatedCC(const OperatorType* O, const WaveFunctionType* psi,
+                                           WaveFunctionType* Opsi) {
+    return PreAllocated(OperatorPsiKindCC, *O, *psi, Opsi);
+}
+int OperatorPsiConserveBasisPreAllocatedMR(const OperatorType* O, const WaveFunctionType* psi,
+                                           WaveFunctionType* Opsi) {
+    return PreAllocated(OperatorPsiKindMR, *O, *psi, Opsi);
+}
+int OperatorPsiConserveBasisPreAllocatedMC(const OperatorType* O, const WaveFunctionType* psi,
+                                           WaveFunctionType* Opsi) {
+    return PreAllocated(OperatorPsiKindMC, *O, *psi, Opsi);
+}
+
+int OperatorDeterminantPreAllocated(const OperatorType* O, const uint8_t* det, WaveFunctionType* Opsi) {
+    const uint32_t kind = OperatorPsiKind(*O);
+    if (kind != 0 && !Opsi->QComplex) {
+        OperatorPsiSay(kind == 1 ? "Can't store result of complex operator times determinant in real function"
+                                 : "Can't store result of mixed complex/real operator times determinant in real function");
+        return 1;
+    }
+    if (!ShapesFit(*O, *Opsi, *Opsi, "OperatorDeterminantPreAllocated")) return 1;
+    for (uint32_t b = 0; b < Opsi->NBlok; b++) {
+        memset(Opsi->ValueRe[b], 0, WaveFunctionBlokSize * sizeof(double));
+        if (Opsi->QComplex) memset(Opsi->ValueIm[b], 0, WaveFunctionBlokSize * sizeof(double));
+    }
+    uint8_t* scratch = ScratchOrExit(Opsi->NWord);
+    OperatorPsiShapeType s;
+    OperatorTermMasksType masks;
+    OperatorPsiInitShape(&s, &masks, *O, *Opsi, nullptr, 0);  // one determinant: no masks
+    if (Opsi->QComplex) {
+        ConserveSink<false, true, false> sink{Opsi, scratch, 1.0, 0.0};
+        OperatorPsiApplyToElement<0, false>(*O, s, det, sink);
+    } else {
+        ConserveSink<false, false, false> sink{Opsi, scratch, 1.0, 0.0};
+        OperatorPsiApplyToElement<0, false>(*O, s, det, sink);
+    }
+    free(scratch);
+    return 0;
+}
