@@ -158,14 +158,16 @@ int BlockOperatorPsiSerialConserveBasisPreAllocated(OperatorType O, const WaveFu
 // ---- Measurement ----------------------------------------------------------
 
 // When Enabled is not 0, the growing kernels time every drain of a staging
-// buffer (the wait for AddToPsi included) and count drains and entries.  Set
-// and read outside kernels only; for benchmarks and tests.
+// buffer (the wait for AddToPsi included) and count drains and entries, and
+// all kernels count the results they accept.  Set and read outside kernels
+// only; for benchmarks and tests.
 struct OperatorPsiProfileType {
     int Enabled;
     double FlushSeconds;       // summed over threads
     uint64_t Flushes;          // drains called, empty ones included
     uint64_t NonEmptyFlushes;  // drains that had entries
     uint64_t Entries;          // entries drained
+    uint64_t Accepted;         // results accepted, before repeats merge
 };
 extern OperatorPsiProfileType OperatorPsiProfile;
 void OperatorPsiProfileReset();

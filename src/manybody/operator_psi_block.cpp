@@ -26,22 +26,37 @@ struct BlockSink {
     unsigned int n;
     const double* a;  // the input element's prefactors, one per member
     const double* b;
+    uint64_t accepted;
+    OperatorPsiMergeTableType merge;
     const char* failText;
     int* failed;
 
     uint8_t* Scratch() { return dets + (size_t)n * nword; }
 
     int Flush() {
-        return OperatorPsiTimedFlush(n, [this]() {
+        const int status = OperatorPsiTimedFlush(n, [this]() {
             return OutC ? ComplexBlockWaveFunctionAddElementOMPMiniFlush(out, &n, dets, re, im, count)
                         : RealBlockWaveFunctionAddElementOMPMiniFlush(out, &n, dets, re, count);
         });
+        OperatorPsiMergeClear(&merge);
+        return status;
     }
 
     template <bool OpC>
-    bool Accept(double f, double vr, double vi) {
-        double* r = re + (size_t)n * count;
+    bool Accept(double f, double vr, double vi, uint64_t key) {
+        accepted++;
+        const unsigned int k = OperatorPsiMergePlace(&merge, key, dets, nword, n);
+        double* r = re + (size_t)k * count;
         double unused = 0.0;
+        if (k != n) {
+            for (unsigned int j = 0; j < count; j++) {
+                double x, y = 0.0;
+                OperatorPsiTermValue<OpC, StC, OutC>(a[j], b[j], vr, vi, f, x, y);
+                r[j] += x;
+                if (OutC) im[(size_t)k * count + j] += y;
+            }
+            return true;
+        }
         for (unsigned int j = 0; j < count; j++) {
             double& m = OutC ? im[(size_t)n * count + j] : unused;
             OperatorPsiTermValue<OpC, StC, OutC>(a[j], b[j], vr, vi, f, r[j], m);
@@ -66,13 +81,15 @@ void BlockRegion(const OperatorType& O, const WaveFunctionType* psi, WaveFunctio
         // of the element at hand.
         const size_t staged = WaveFunctionStagingSize;
         const size_t values = staged * count * (OutC ? 2 : 1) + 2 * (size_t)count;
-        const size_t detBytes = staged * s.NWord + OperatorPsiStageSlack;
+        const size_t detBytes = OperatorPsiStageBytes(s.NWord);
         double* work = static_cast<double*>(malloc(values * sizeof(double) + detBytes));
         BlockSink<StC, OutC> sink;
         sink.out = Opsi;
         sink.count = count;
         sink.nword = s.NWord;
         sink.n = 0;
+        sink.accepted = 0;
+        OperatorPsiMergeInit(&sink.merge);
         sink.failText = text01;
         sink.failed = failed;
         double* a = nullptr;
@@ -110,6 +127,7 @@ void BlockRegion(const OperatorType& O, const WaveFunctionType* psi, WaveFunctio
 #pragma omp atomic write
             *failed = 1;
         }
+        OperatorPsiProfileAccepted(sink.accepted);
         free(work);
     }
 }

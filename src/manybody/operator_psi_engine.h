@@ -1,7 +1,7 @@
 // The inner loops shared by the operator-application kernels: one input
 // determinant against every term of an operator, length by length, handing
-// each surviving result to a sink that stages it, adds it to a fixed basis,
-// or stages it for a block of states.
+// each surviving result to a sink that stages it for the drain into a
+// growing state, for look-ups in a fixed basis, or for a block of states.
 //
 // Two ways to apply a term, with identical results:
 //   - ladder by ladder on a byte copy of the determinant (LaderAction), for
@@ -9,11 +9,19 @@
 //   - through the term masks of term_masks.h, for fermion determinants of at
 //     most 16 bytes: 64 terms are tested at a time without branches, and only
 //     those that act are worked out.
-// Both keep the storage order of the terms, so a thread's results come out in
-// the same order either way.
+// Both keep the storage order of the terms.
 //
-// Nothing here allocates, hashes or locks until a result is handed to the
-// sink.  Internal to the kernels.
+// Staging merges repeats: a thread's buffer holds up to 128 different
+// determinants, and a result whose determinant is already staged is added to
+// that entry (found through a small table keyed by a hash of the
+// determinant) instead of taking a new one.  One input determinant typically
+// reaches the same result through several terms (C i C j A k A l and its
+// three reorderings, all the diagonal terms), so the drains see several
+// times fewer entries.  The sums are the same up to the order of the
+// floating-point additions, which is not fixed anyway.
+//
+// Nothing here allocates, hashes or locks until a result is accepted.
+// Internal to the kernels.
 #ifndef SKELDA_MANYBODY_OPERATOR_PSI_ENGINE_H
 #define SKELDA_MANYBODY_OPERATOR_PSI_ENGINE_H
 
@@ -45,9 +53,20 @@ struct OperatorPsiShapeType {
     uint32_t W;
 };
 
-// Staged determinants are written 8W bytes at a time in the mask path, so a
-// staging area needs this much room behind its last entry.
-const uint32_t OperatorPsiStageSlack = 16;
+// The six pairs of operator kind and state kind.
+enum OperatorPsiKindType {
+    OperatorPsiKindRR,
+    OperatorPsiKindRC,
+    OperatorPsiKindCR,
+    OperatorPsiKindCC,
+    OperatorPsiKindMR,
+    OperatorPsiKindMC
+};
+
+inline const char* OperatorPsiKindName(OperatorPsiKindType kind) {
+    static const char* const names[] = {"RR", "RC", "CR", "CC", "MR", "MC"};
+    return names[kind];
+}
 
 // The operator's kind from the lengths that hold terms: 0 real, 1 complex,
 // 2 mixed.
@@ -60,15 +79,6 @@ inline uint32_t OperatorPsiKind(const OperatorType& O) {
     }
     if (complex == 0) return 0;
     return complex == used ? 1 : 2;
-}
-
-// The six pairs of operator kind and state kind.
-enum OperatorPsiKindType { OperatorPsiKindRR, OperatorPsiKindRC, OperatorPsiKindCR, OperatorPsiKindCC,
-                           OperatorPsiKindMR, OperatorPsiKindMC };
-
-inline const char* OperatorPsiKindName(OperatorPsiKindType kind) {
-    static const char* const names[] = {"RR", "RC", "CR", "CC", "MR", "MC"};
-    return names[kind];
 }
 
 // The pair for an operator kind (0 real, 1 complex, 2 mixed) and a state.
@@ -131,7 +141,7 @@ inline double OperatorPsiValueIm(const OperatorFixedLengthType& L, uint32_t t) {
     return OpC ? L.V[t].im : 0.0;
 }
 
-// ---- Lookups in a fixed basis ---------------------------------------------
+// ---- Look-ups in a fixed basis --------------------------------------------
 
 inline uint32_t OperatorPsiRot(uint32_t x, int k) { return (x << k) | (x >> (32 - k)); }
 
@@ -140,50 +150,13 @@ inline uint32_t OperatorPsiLoad32(const uint8_t* p) {
     memcpy(&w, p, 4);
 #if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
     w = __builtin_bswap32(w);
-// Calls f(std::integral_constant<int, W>, std::bool_constant<Restricted>)
-// for the word count of the shape and whether it restricts.
-template <class F>
-inline void OperatorPsiDispatchShape(const OperatorPsiShapeType& s, F&& f) {
-    const bool restricted = s.R != nullptr;
-    if (s.W == 1) {
-        if (restricted)
-            f(std::integral_constant<int, 1>(), std::true_type());
-        else
-            f(std::integral_constant<int, 1>(), std::false_type());
-    } else if (s.W == 2) {
-        if (restricted)
-            f(std::integral_constant<int, 2>(), std::true_type());
-        else
-            f(std::integral_constant<int, 2>(), std::false_type());
-    } else {
-        if (restricted)
-            f(std::integral_constant<int, 0>(), std::true_type());
-        else
-            f(std::integral_constant<int, 0>(), std::false_type());
-    }
-}
-
-// Calls f(std::bool_constant<StC>, std::bool_constant<OutC>) for a kind: the
-// complex-operator and mixed kinds read each length by its own QComplex, so
-// RC, CC and MC share one loop, and CR and MR another.
-template <class F>
-inline void OperatorPsiDispatchValues(OperatorPsiKindType kind, F&& f) {
-    if (kind == OperatorPsiKindRR)
-        f(std::false_type(), std::false_type());
-    else if (OperatorPsiKindComplexState(kind))
-        f(std::true_type(), std::true_type());
-    else
-        f(std::false_type(), std::true_type());
-}
-
 #endif
     return w;
 }
 
-// The determinant hash of hash.h (lookup3, initial value 0, masked) for a key
-// that is followed by zero bytes up to the next multiple of 12 past it, as
-// the kernels' scratch determinants are.
-inline uint32_t OperatorPsiHashPadded(const uint8_t* k, uint32_t length, uint32_t nbits) {
+// The determinant hash of hash.h (lookup3 "hashlittle", initial value 0,
+// masked to nbits bits), written out for the kernels' short keys.
+inline uint32_t OperatorPsiHash(const uint8_t* k, uint32_t length, uint32_t nbits) {
     uint32_t a, b, c;
     a = b = c = 0xdeadbeef + length;
     const uint32_t mask = (1u << (nbits & 31)) - 1u;
@@ -201,10 +174,12 @@ inline uint32_t OperatorPsiHashPadded(const uint8_t* k, uint32_t length, uint32_
         length -= 12;
         k += 12;
     }
-    // The last 1..12 bytes, zero-filled by the padding.
-    a += OperatorPsiLoad32(k);
-    if (length > 4) b += OperatorPsiLoad32(k + 4);
-    if (length > 8) c += OperatorPsiLoad32(k + 8);
+    // The last 1..12 bytes, little-endian and zero-filled.
+    uint32_t t[3] = {0, 0, 0};
+    for (uint32_t r = 0; r < length; r++) t[r >> 2] |= (uint32_t)k[r] << (8 * (r & 3));
+    a += t[0];
+    b += t[1];
+    c += t[2];
     c ^= b; c -= OperatorPsiRot(b, 14);
     a ^= c; a -= OperatorPsiRot(c, 11);
     b ^= a; b -= OperatorPsiRot(a, 25);
@@ -213,18 +188,6 @@ inline uint32_t OperatorPsiHashPadded(const uint8_t* k, uint32_t length, uint32_
     b ^= a; b -= OperatorPsiRot(a, 14);
     c ^= b; c -= OperatorPsiRot(b, 24);
     return c & mask;
-}
-
-// Bytes to keep zero behind a scratch determinant of nword bytes so that
-// OperatorPsiHashPadded may read them.
-inline uint32_t OperatorPsiScratchBytes(uint32_t nword) { return nword + 12 + OperatorPsiStageSlack; }
-
-// WaveFunctionIndexDet for a padded scratch determinant.
-inline uint32_t OperatorPsiIndexDet(const WaveFunctionType& psi, const uint8_t* det) {
-    const uint32_t nword = psi.NWord;
-    uint32_t i = psi.KeyList[OperatorPsiHashPadded(det, nword, psi.NBitsKey)];
-    while (i != 0 && !DetEqual(WaveFunctionDet(psi, i), det, nword)) i = WaveFunctionNext(psi, i);
-    return i;
 }
 
 inline void OperatorPsiAtomicAdd(double& target, double value) {
@@ -256,14 +219,108 @@ inline bool OperatorPsiPassesRestriction(const uint8_t* det, const OperatorPsiSh
     return true;
 }
 
+// ---- Staging ----------------------------------------------------------------
+
+// Staged determinants are written 8W bytes at a time in the mask path, so a
+// staging area needs this much room behind its last entry.
+const uint32_t OperatorPsiStageSlack = 16;
+
+// Bytes of a staging area of WaveFunctionStagingSize determinants.
+inline size_t OperatorPsiStageBytes(uint32_t nword) {
+    return (size_t)WaveFunctionStagingSize * nword + OperatorPsiStageSlack;
+}
+
+// A 64-bit key of a determinant for the merge table: any function of the
+// bytes does; equal determinants must get equal keys.
+inline uint64_t OperatorPsiByteKey(const uint8_t* d, uint32_t nword) {
+    uint64_t k = 0;
+    uint32_t i = 0;
+    for (; i + 8 <= nword; i += 8) {
+        uint64_t w;
+        memcpy(&w, d + i, 8);
+        k = (k ^ w) * 0x9E3779B97F4A7C15ull;
+    }
+    for (; i < nword; i++) k = (k ^ d[i]) * 0x100000001B3ull;
+    return k;
+}
+
+// The key of a determinant in word form, equal to no particular byte key:
+// one path only ever meets one kind of key.
+template <int W>
+inline uint64_t OperatorPsiWordKey(const uint64_t* y) {
+    return W == 1 ? y[0] : y[0] ^ (y[W - 1] * 0xC2B2AE3D27D4EB4Full);
+}
+
+// Open addressing over 256 slots for at most 128 staged entries; a slot is
+// live when its stamp equals the generation, so clearing is one increment.
+struct OperatorPsiMergeTableType {
+    uint32_t generation;
+    uint32_t stamp[256];
+    uint8_t entry[256];
+};
+
+inline void OperatorPsiMergeInit(OperatorPsiMergeTableType* t) {
+    memset(t->stamp, 0, sizeof(t->stamp));
+    t->generation = 1;
+}
+
+inline void OperatorPsiMergeClear(OperatorPsiMergeTableType* t) {
+    if (++t->generation == 0) OperatorPsiMergeInit(t);
+}
+
+// The staged entry whose determinant equals the one just built at entry n
+// (dets + n * nword), or n itself after recording it as a new entry.
+inline unsigned int OperatorPsiMergePlace(OperatorPsiMergeTableType* t, uint64_t key, const uint8_t* dets,
+                                          uint32_t nword, unsigned int n) {
+    uint32_t h = (uint32_t)((key * 0x9E3779B97F4A7C15ull) >> 56);
+    const uint8_t* det = dets + (size_t)n * nword;
+    while (t->stamp[h] == t->generation) {
+        const unsigned int k = t->entry[h];
+        if (DetEqual(dets + (size_t)k * nword, det, nword)) return k;
+        h = (h + 1) & 255u;
+    }
+    t->stamp[h] = t->generation;
+    t->entry[h] = (uint8_t)n;
+    return n;
+}
+
+// ---- Draining staging buffers ----------------------------------------------
+
+// Runs drain() (a ...OMPMiniFlush call on `entries` staged entries) and, when
+// the profile is on, adds its wall time and counts to OperatorPsiProfile.
+template <class F>
+inline int OperatorPsiTimedFlush(unsigned int entries, F&& drain) {
+    if (!OperatorPsiProfile.Enabled) return drain();
+    const double start = omp_get_wtime();
+    const int status = drain();
+    const double seconds = omp_get_wtime() - start;
+#pragma omp atomic
+    OperatorPsiProfile.FlushSeconds += seconds;
+#pragma omp atomic
+    OperatorPsiProfile.Flushes += 1;
+#pragma omp atomic
+    OperatorPsiProfile.NonEmptyFlushes += entries > 0 ? 1 : 0;
+#pragma omp atomic
+    OperatorPsiProfile.Entries += entries;
+    return status;
+}
+
+// Adds a thread's count of accepted results to the profile.
+inline void OperatorPsiProfileAccepted(uint64_t accepted) {
+    if (!OperatorPsiProfile.Enabled) return;
+#pragma omp atomic
+    OperatorPsiProfile.Accepted += accepted;
+}
+
 // ---- The term loops -------------------------------------------------------
 //
 // A sink provides
 //   uint8_t* Scratch()             where the result determinant is built;
 //   static constexpr bool kStrictCut  |f| > ZeroCut (growing) or >= (fixed);
-//   template <bool OpC> bool Accept(double f, double vr, double vi)
-//                                  takes the result in Scratch(); false stops
-//                                  the loops (a failed drain).
+//   template <bool OpC> bool Accept(double f, double vr, double vi, uint64_t key)
+//                                  takes the result in Scratch(), key being
+//                                  its merge key; false stops the loops (a
+//                                  failed drain).
 
 // All terms of one length, ladder by ladder.
 template <bool OpC, bool Restricted, class Sink>
@@ -283,7 +340,8 @@ inline bool OperatorPsiLaderLoop(const OperatorFixedLengthType& L, uint32_t leng
         if (f == 0.0) continue;
         if (Restricted && !OperatorPsiPassesRestriction(D, s)) continue;
         if (Sink::kStrictCut ? !(std::fabs(f) > ZeroCut) : !(std::fabs(f) >= ZeroCut)) continue;
-        if (!sink.template Accept<OpC>(f, OperatorPsiValueRe<OpC>(L, t), OperatorPsiValueIm<OpC>(L, t)))
+        if (!sink.template Accept<OpC>(f, OperatorPsiValueRe<OpC>(L, t), OperatorPsiValueIm<OpC>(L, t),
+                                       OperatorPsiByteKey(D, nword)))
             return false;
     }
     return true;
@@ -317,7 +375,8 @@ inline bool OperatorPsiMaskLoop(const OperatorFixedLengthType& L, const TermMask
             if (Restricted && !TermMaskPassesRestriction<W>(M, y)) continue;
             const double f = TermMaskParity(p) ? -1.0 : 1.0;
             TermMaskStoreDet<W>(y, sink.Scratch());
-            if (!sink.template Accept<OpC>(f, OperatorPsiValueRe<OpC>(L, t), OperatorPsiValueIm<OpC>(L, t)))
+            if (!sink.template Accept<OpC>(f, OperatorPsiValueRe<OpC>(L, t), OperatorPsiValueIm<OpC>(L, t),
+                                           OperatorPsiWordKey<W>(y)))
                 return false;
         }
     }
@@ -352,27 +411,6 @@ inline bool OperatorPsiApplyToElement(const OperatorType& O, const OperatorPsiSh
         }
     }
     return true;
-}
-
-// ---- Draining staging buffers ----------------------------------------------
-
-// Runs drain() (a ...OMPMiniFlush call on `entries` staged entries) and, when
-// the profile is on, adds its wall time and counts to OperatorPsiProfile.
-template <class F>
-inline int OperatorPsiTimedFlush(unsigned int entries, F&& drain) {
-    if (!OperatorPsiProfile.Enabled) return drain();
-    const double start = omp_get_wtime();
-    const int status = drain();
-    const double seconds = omp_get_wtime() - start;
-#pragma omp atomic
-    OperatorPsiProfile.FlushSeconds += seconds;
-#pragma omp atomic
-    OperatorPsiProfile.Flushes += 1;
-#pragma omp atomic
-    OperatorPsiProfile.NonEmptyFlushes += entries > 0 ? 1 : 0;
-#pragma omp atomic
-    OperatorPsiProfile.Entries += entries;
-    return status;
 }
 
 // ---- Setting up -----------------------------------------------------------

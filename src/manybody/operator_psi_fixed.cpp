@@ -17,70 +17,140 @@ namespace {
 
 typedef OperatorPsiKindType Kind;
 
+// A thread's results, merged like a staging buffer and then looked up in
+// the basis 128 at a time: first every hash (touching the key list ahead),
+// then every chain head (touching its determinant and value ahead), then the
+// comparisons and additions, so that the memory latencies overlap.
 template <bool StC, bool OutC, bool Atomic>
 struct ConserveSink {
     static constexpr bool kStrictCut = false;
     const WaveFunctionType* out;
-    uint8_t* scratch;  // zero-padded for OperatorPsiHashPadded
+    uint32_t nword;
+    uint8_t* dets;  // OperatorPsiStageBytes(nword)
+    double* re;     // WaveFunctionStagingSize values each
+    double* im;
+    unsigned int n;
     double a, b;
+    uint64_t accepted;
+    OperatorPsiMergeTableType merge;
 
-    uint8_t* Scratch() { return scratch; }
+    uint8_t* Scratch() { return dets + (size_t)n * nword; }
+
+    void Drain() {
+        const WaveFunctionType& T = *out;
+        uint32_t slot[WaveFunctionStagingSize];
+        for (unsigned int k = 0; k < n; k++) {
+            slot[k] = OperatorPsiHash(dets + (size_t)k * nword, nword, T.NBitsKey);
+            __builtin_prefetch(T.KeyList + slot[k]);
+        }
+        for (unsigned int k = 0; k < n; k++) {
+            const uint32_t i = T.KeyList[slot[k]];
+            slot[k] = i;
+            if (i != 0) {
+                __builtin_prefetch(WaveFunctionDet(T, i));
+                __builtin_prefetch(&WaveFunctionRe(T, i), 1);
+            }
+        }
+        for (unsigned int k = 0; k < n; k++) {
+            const uint8_t* det = dets + (size_t)k * nword;
+            uint32_t i = slot[k];
+            while (i != 0 && !DetEqual(WaveFunctionDet(T, i), det, nword)) i = WaveFunctionNext(T, i);
+            if (i == 0) continue;
+            if (Atomic) {
+                OperatorPsiAtomicAdd(WaveFunctionRe(T, i), re[k]);
+                if (OutC) OperatorPsiAtomicAdd(WaveFunctionIm(T, i), im[k]);
+            } else {
+                WaveFunctionRe(T, i) += re[k];
+                if (OutC) WaveFunctionIm(T, i) += im[k];
+            }
+        }
+        n = 0;
+        OperatorPsiMergeClear(&merge);
+    }
 
     template <bool OpC>
-    bool Accept(double f, double vr, double vi) {
-        const uint32_t i = OperatorPsiIndexDet(*out, scratch);
-        if (i == 0) return true;
-        double re, im = 0.0;
-        OperatorPsiTermValue<OpC, StC, OutC>(a, b, vr, vi, f, re, im);
-        if (Atomic) {
-            OperatorPsiAtomicAdd(WaveFunctionRe(*out, i), re);
-            if (OutC) OperatorPsiAtomicAdd(WaveFunctionIm(*out, i), im);
-        } else {
-            WaveFunctionRe(*out, i) += re;
-            if (OutC) WaveFunctionIm(*out, i) += im;
+    bool Accept(double f, double vr, double vi, uint64_t key) {
+        accepted++;
+        double r, i = 0.0;
+        OperatorPsiTermValue<OpC, StC, OutC>(a, b, vr, vi, f, r, i);
+        const unsigned int k = OperatorPsiMergePlace(&merge, key, dets, nword, n);
+        if (k != n) {
+            re[k] += r;
+            if (OutC) im[k] += i;
+            return true;
         }
+        re[n] = r;
+        if (OutC) im[n] = i;
+        if (++n == WaveFunctionStagingSize) Drain();
         return true;
     }
 };
 
-// A thread's scratch determinant; without it the kernel cannot go on and
-// has no way back.
-uint8_t* ScratchOrExit(uint32_t nword) {
-    uint8_t* scratch = static_cast<uint8_t*>(calloc(OperatorPsiScratchBytes(nword), 1));
-    if (scratch == nullptr) FatalAllocationExit();
-    return scratch;
+// A thread's working area: the staging determinants and two value arrays.
+// Without it the kernel cannot go on and has no way back.
+struct ConserveWork {
+    void* memory;
+    uint8_t* dets;
+    double* re;
+    double* im;
+};
+
+ConserveWork WorkOrExit(uint32_t nword) {
+    ConserveWork w;
+    const size_t values = 2 * (size_t)WaveFunctionStagingSize * sizeof(double);
+    w.memory = calloc(values + OperatorPsiStageBytes(nword), 1);
+    if (w.memory == nullptr) FatalAllocationExit();
+    w.re = static_cast<double*>(w.memory);
+    w.im = w.re + WaveFunctionStagingSize;
+    w.dets = reinterpret_cast<uint8_t*>(w.im + WaveFunctionStagingSize);
+    return w;
+}
+
+template <bool StC, bool OutC, bool Atomic>
+void StartSink(ConserveSink<StC, OutC, Atomic>& sink, const WaveFunctionType* out, const ConserveWork& w,
+               uint32_t nword) {
+    sink.out = out;
+    sink.nword = nword;
+    sink.dets = w.dets;
+    sink.re = w.re;
+    sink.im = w.im;
+    sink.n = 0;
+    sink.a = sink.b = 0.0;
+    sink.accepted = 0;
+    OperatorPsiMergeInit(&sink.merge);
 }
 
 template <int W, bool StC, bool OutC, bool Atomic>
 void ConserveLoop(const OperatorType& O, const WaveFunctionType& psi, const WaveFunctionType& target,
-                  const OperatorPsiShapeType& s, uint8_t* scratch) {
+                  const OperatorPsiShapeType& s, const ConserveWork& work) {
     ConserveSink<StC, OutC, Atomic> sink;
-    sink.out = &target;
-    sink.scratch = scratch;
-    sink.a = sink.b = 0.0;
+    StartSink(sink, &target, work, s.NWord);
     const long long N = psi.N;
-#pragma omp for schedule(static)
+#pragma omp for schedule(static) nowait
     for (long long i = 1; i <= N; i++) {
         const uint32_t e = (uint32_t)i;
         sink.a = WaveFunctionRe(psi, e);
         if (StC) sink.b = WaveFunctionIm(psi, e);
         OperatorPsiApplyToElement<W, false>(O, s, WaveFunctionDet(psi, e), sink);
     }
+    sink.Drain();
+    OperatorPsiProfileAccepted(sink.accepted);
 }
 
 // The parallel application into the basis of target.  A team of one thread
-// adds without atomics: nobody else writes.
+// adds without atomics: nobody else writes.  The region's closing barrier
+// ends the kernel.
 template <int W, bool StC, bool OutC>
 void ConserveRegion(const OperatorType& O, const WaveFunctionType& psi, const WaveFunctionType& target,
                     const OperatorPsiShapeType& s) {
 #pragma omp parallel
     {
-        uint8_t* scratch = ScratchOrExit(s.NWord);
+        ConserveWork work = WorkOrExit(s.NWord);
         if (omp_get_num_threads() > 1)
-            ConserveLoop<W, StC, OutC, true>(O, psi, target, s, scratch);
+            ConserveLoop<W, StC, OutC, true>(O, psi, target, s, work);
         else
-            ConserveLoop<W, StC, OutC, false>(O, psi, target, s, scratch);
-        free(scratch);
+            ConserveLoop<W, StC, OutC, false>(O, psi, target, s, work);
+        free(work.memory);
     }
 }
 
@@ -267,17 +337,23 @@ int OperatorDeterminantPreAllocated(const OperatorType* O, const uint8_t* det, W
         memset(Opsi->ValueRe[b], 0, WaveFunctionBlokSize * sizeof(double));
         if (Opsi->QComplex) memset(Opsi->ValueIm[b], 0, WaveFunctionBlokSize * sizeof(double));
     }
-    uint8_t* scratch = ScratchOrExit(Opsi->NWord);
+    ConserveWork work = WorkOrExit(Opsi->NWord);
     OperatorPsiShapeType s;
     OperatorTermMasksType masks;
     OperatorPsiInitShape(&s, &masks, *O, *Opsi, nullptr, 0);  // one determinant: no masks
     if (Opsi->QComplex) {
-        ConserveSink<false, true, false> sink{Opsi, scratch, 1.0, 0.0};
+        ConserveSink<false, true, false> sink;
+        StartSink(sink, Opsi, work, Opsi->NWord);
+        sink.a = 1.0;
         OperatorPsiApplyToElement<0, false>(*O, s, det, sink);
+        sink.Drain();
     } else {
-        ConserveSink<false, false, false> sink{Opsi, scratch, 1.0, 0.0};
+        ConserveSink<false, false, false> sink;
+        StartSink(sink, Opsi, work, Opsi->NWord);
+        sink.a = 1.0;
         OperatorPsiApplyToElement<0, false>(*O, s, det, sink);
+        sink.Drain();
     }
-    free(scratch);
+    free(work.memory);
     return 0;
 }

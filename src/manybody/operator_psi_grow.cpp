@@ -7,13 +7,14 @@
 #include "manybody/operator_psi.h"
 #include "manybody/operator_psi_engine.h"
 
-OperatorPsiProfileType OperatorPsiProfile = {0, 0.0, 0, 0, 0};
+OperatorPsiProfileType OperatorPsiProfile = {0, 0.0, 0, 0, 0, 0};
 
 void OperatorPsiProfileReset() {
     OperatorPsiProfile.FlushSeconds = 0.0;
     OperatorPsiProfile.Flushes = 0;
     OperatorPsiProfile.NonEmptyFlushes = 0;
     OperatorPsiProfile.Entries = 0;
+    OperatorPsiProfile.Accepted = 0;
 }
 
 namespace {
@@ -30,26 +31,40 @@ struct GrowSink {
     static constexpr bool kStrictCut = true;
     WaveFunctionType* out;
     uint32_t nword;
-    uint8_t* dets;  // WaveFunctionStagingSize * nword bytes and the slack
+    uint8_t* dets;  // OperatorPsiStageBytes(nword)
     double re[WaveFunctionStagingSize];
     double im[WaveFunctionStagingSize];
     unsigned int n;
     double a, b;  // prefactor of the input element
+    uint64_t accepted;
+    OperatorPsiMergeTableType merge;
     const char* failText;
     int* failed;
 
     uint8_t* Scratch() { return dets + (size_t)n * nword; }
 
     int Flush() {
-        return OperatorPsiTimedFlush(n, [this]() {
+        const int status = OperatorPsiTimedFlush(n, [this]() {
             return OutC ? ComplexWaveFunctionAddElementOMPMiniFlush(out, &n, dets, re, im)
                         : RealWaveFunctionAddElementOMPMiniFlush(out, &n, dets, re);
         });
+        OperatorPsiMergeClear(&merge);
+        return status;
     }
 
     template <bool OpC>
-    bool Accept(double f, double vr, double vi) {
-        OperatorPsiTermValue<OpC, StC, OutC>(a, b, vr, vi, f, re[n], im[n]);
+    bool Accept(double f, double vr, double vi, uint64_t key) {
+        accepted++;
+        double r, i = 0.0;
+        OperatorPsiTermValue<OpC, StC, OutC>(a, b, vr, vi, f, r, i);
+        const unsigned int k = OperatorPsiMergePlace(&merge, key, dets, nword, n);
+        if (k != n) {
+            re[k] += r;
+            if (OutC) im[k] += i;
+            return true;
+        }
+        re[n] = r;
+        if (OutC) im[n] = i;
         if (++n < WaveFunctionStagingSize) return true;
         if (Flush() == 0) return true;
         Say(failText);
@@ -75,9 +90,11 @@ void GrowRegion(const OperatorType& O, const WaveFunctionType& psi, WaveFunction
         sink.nword = s.NWord;
         sink.n = 0;
         sink.a = sink.b = 0.0;
+        sink.accepted = 0;
+        OperatorPsiMergeInit(&sink.merge);
         sink.failText = text01;
         sink.failed = failed;
-        const size_t stageBytes = (size_t)WaveFunctionStagingSize * s.NWord + OperatorPsiStageSlack;
+        const size_t stageBytes = OperatorPsiStageBytes(s.NWord);
         uint8_t* heapDets = nullptr;
         sink.dets = stackDets;
         if (stageBytes > kStackStageBytes) {
@@ -107,6 +124,7 @@ void GrowRegion(const OperatorType& O, const WaveFunctionType& psi, WaveFunction
 #pragma omp atomic write
             *failed = 1;
         }
+        OperatorPsiProfileAccepted(sink.accepted);
         free(heapDets);
     }
 }
