@@ -34,6 +34,7 @@ struct BlockSink {
     uint8_t* Scratch() { return dets + (size_t)n * nword; }
 
     int Flush() {
+        OperatorPsiPrefetchSlots(out[0], dets, n);
         const int status = OperatorPsiTimedFlush(n, [this]() {
             return OutC ? ComplexBlockWaveFunctionAddElementOMPMiniFlush(out, &n, dets, re, im, count)
                         : RealBlockWaveFunctionAddElementOMPMiniFlush(out, &n, dets, re, count);
@@ -42,10 +43,10 @@ struct BlockSink {
         return status;
     }
 
-    template <bool OpC>
+    template <bool OpC, bool ExactKey>
     bool Accept(double f, double vr, double vi, uint64_t key) {
         accepted++;
-        const unsigned int k = OperatorPsiMergePlace(&merge, key, dets, nword, n);
+        const unsigned int k = OperatorPsiMergePlace<ExactKey>(&merge, key, dets, nword, n);
         double* r = re + (size_t)k * count;
         double unused = 0.0;
         if (k != n) {

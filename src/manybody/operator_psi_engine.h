@@ -245,7 +245,8 @@ inline uint64_t OperatorPsiByteKey(const uint8_t* d, uint32_t nword) {
 }
 
 // The key of a determinant in word form, equal to no particular byte key:
-// one path only ever meets one kind of key.
+// one path only ever meets one kind of key.  For one word it is the
+// determinant itself.
 template <int W>
 inline uint64_t OperatorPsiWordKey(const uint64_t* y) {
     return W == 1 ? y[0] : y[0] ^ (y[W - 1] * 0xC2B2AE3D27D4EB4Full);
@@ -253,10 +254,12 @@ inline uint64_t OperatorPsiWordKey(const uint64_t* y) {
 
 // Open addressing over 256 slots for at most 128 staged entries; a slot is
 // live when its stamp equals the generation, so clearing is one increment.
+// Each live slot holds the key and the entry of a staged determinant.
 struct OperatorPsiMergeTableType {
     uint32_t generation;
     uint32_t stamp[256];
     uint8_t entry[256];
+    uint64_t key[256];
 };
 
 inline void OperatorPsiMergeInit(OperatorPsiMergeTableType* t) {
@@ -269,22 +272,38 @@ inline void OperatorPsiMergeClear(OperatorPsiMergeTableType* t) {
 }
 
 // The staged entry whose determinant equals the one just built at entry n
-// (dets + n * nword), or n itself after recording it as a new entry.
+// (dets + n * nword), or n itself after recording it as a new entry.  With
+// ExactKey the key is the determinant itself (one word) and equal keys need
+// no comparison of bytes.
+template <bool ExactKey>
 inline unsigned int OperatorPsiMergePlace(OperatorPsiMergeTableType* t, uint64_t key, const uint8_t* dets,
                                           uint32_t nword, unsigned int n) {
     uint32_t h = (uint32_t)((key * 0x9E3779B97F4A7C15ull) >> 56);
-    const uint8_t* det = dets + (size_t)n * nword;
     while (t->stamp[h] == t->generation) {
-        const unsigned int k = t->entry[h];
-        if (DetEqual(dets + (size_t)k * nword, det, nword)) return k;
+        if (t->key[h] == key) {
+            const unsigned int k = t->entry[h];
+            if (ExactKey || DetEqual(dets + (size_t)k * nword, dets + (size_t)n * nword, nword)) return k;
+        }
         h = (h + 1) & 255u;
     }
     t->stamp[h] = t->generation;
     t->entry[h] = (uint8_t)n;
+    t->key[h] = key;
     return n;
 }
 
 // ---- Draining staging buffers ----------------------------------------------
+
+// Touches the key-list slots of n staged determinants ahead of a drain,
+// before the lock is taken: the drain's first memory access per entry then
+// overlaps with the others instead of waiting in turn under the lock.  Only
+// the key list is touched, whose address no add changes; what it holds is
+// not read here.
+__attribute__((always_inline)) inline void OperatorPsiPrefetchSlots(const WaveFunctionType& psi, const uint8_t* dets, unsigned int n) {
+    const uint32_t nword = psi.NWord, bits = psi.NBitsKey;
+    for (unsigned int k = 0; k < n; k++)
+        __builtin_prefetch(psi.KeyList + OperatorPsiHash(dets + (size_t)k * nword, nword, bits));
+}
 
 // Runs drain() (a ...OMPMiniFlush call on `entries` staged entries) and, when
 // the profile is on, adds its wall time and counts to OperatorPsiProfile.
@@ -317,10 +336,12 @@ inline void OperatorPsiProfileAccepted(uint64_t accepted) {
 // A sink provides
 //   uint8_t* Scratch()             where the result determinant is built;
 //   static constexpr bool kStrictCut  |f| > ZeroCut (growing) or >= (fixed);
-//   template <bool OpC> bool Accept(double f, double vr, double vi, uint64_t key)
+//   template <bool OpC, bool ExactKey>
+//   bool Accept(double f, double vr, double vi, uint64_t key)
 //                                  takes the result in Scratch(), key being
-//                                  its merge key; false stops the loops (a
-//                                  failed drain).
+//                                  its merge key (the determinant itself when
+//                                  ExactKey); false stops the loops (a failed
+//                                  drain).
 
 // All terms of one length, ladder by ladder.
 template <bool OpC, bool Restricted, class Sink>
@@ -340,31 +361,36 @@ inline bool OperatorPsiLaderLoop(const OperatorFixedLengthType& L, uint32_t leng
         if (f == 0.0) continue;
         if (Restricted && !OperatorPsiPassesRestriction(D, s)) continue;
         if (Sink::kStrictCut ? !(std::fabs(f) > ZeroCut) : !(std::fabs(f) >= ZeroCut)) continue;
-        if (!sink.template Accept<OpC>(f, OperatorPsiValueRe<OpC>(L, t), OperatorPsiValueIm<OpC>(L, t),
-                                       OperatorPsiByteKey(D, nword)))
+        if (!sink.template Accept<OpC, false>(f, OperatorPsiValueRe<OpC>(L, t), OperatorPsiValueIm<OpC>(L, t),
+                                              OperatorPsiByteKey(D, nword)))
             return false;
     }
     return true;
 }
 
-// All terms of one length through the masks.  The tests of 64 terms are
-// gathered into one word of bits first; the factor is +-1 and needs no cut.
+// Terms tested per pass of the mask loop.
+const uint32_t OperatorPsiMaskChunk = 256;
+
+// All terms of one length through the masks.  A first loop without branches
+// tests a chunk of terms and writes down the ones that act, in order; a
+// second works those out.  The factor is +-1 and needs no cut.
 template <int W, bool OpC, bool Restricted, class Sink>
 inline bool OperatorPsiMaskLoop(const OperatorFixedLengthType& L, const TermMaskLengthType& T,
                                 const OperatorTermMasksType& M, const uint64_t* x, Sink& sink) {
     const uint32_t n = L.N;
-    for (uint32_t t0 = 0; t0 < n; t0 += 64) {
-        const uint32_t m = n - t0 < 64 ? n - t0 : 64;
+    uint32_t hits[OperatorPsiMaskChunk];
+    for (uint32_t t0 = 0; t0 < n; t0 += OperatorPsiMaskChunk) {
+        const uint32_t m = n - t0 < OperatorPsiMaskChunk ? n - t0 : OperatorPsiMaskChunk;
         const uint64_t* test = T.Test + (size_t)t0 * (2 * W);
-        uint64_t pass = 0;
+        uint32_t count = 0;
         for (uint32_t k = 0; k < m; k++) {
             uint64_t miss = 0;
             for (int w = 0; w < W; w++) miss |= (x[w] & test[2 * W * k + w]) ^ test[2 * W * k + W + w];
-            pass |= (uint64_t)(miss == 0) << k;
+            hits[count] = t0 + k;
+            count += miss == 0;
         }
-        while (pass != 0) {
-            const uint32_t t = t0 + (uint32_t)__builtin_ctzll(pass);
-            pass &= pass - 1;
+        for (uint32_t h = 0; h < count; h++) {
+            const uint32_t t = hits[h];
             const uint64_t* act = T.Act + (size_t)t * (2 * W + 1);
             uint64_t y[W];
             uint64_t p = act[2 * W];
@@ -375,8 +401,8 @@ inline bool OperatorPsiMaskLoop(const OperatorFixedLengthType& L, const TermMask
             if (Restricted && !TermMaskPassesRestriction<W>(M, y)) continue;
             const double f = TermMaskParity(p) ? -1.0 : 1.0;
             TermMaskStoreDet<W>(y, sink.Scratch());
-            if (!sink.template Accept<OpC>(f, OperatorPsiValueRe<OpC>(L, t), OperatorPsiValueIm<OpC>(L, t),
-                                           OperatorPsiWordKey<W>(y)))
+            if (!sink.template Accept<OpC, W == 1>(f, OperatorPsiValueRe<OpC>(L, t), OperatorPsiValueIm<OpC>(L, t),
+                                                   OperatorPsiWordKey<W>(y)))
                 return false;
         }
     }

@@ -68,12 +68,12 @@ struct ConserveSink {
         OperatorPsiMergeClear(&merge);
     }
 
-    template <bool OpC>
+    template <bool OpC, bool ExactKey>
     bool Accept(double f, double vr, double vi, uint64_t key) {
         accepted++;
         double r, i = 0.0;
         OperatorPsiTermValue<OpC, StC, OutC>(a, b, vr, vi, f, r, i);
-        const unsigned int k = OperatorPsiMergePlace(&merge, key, dets, nword, n);
+        const unsigned int k = OperatorPsiMergePlace<ExactKey>(&merge, key, dets, nword, n);
         if (k != n) {
             re[k] += r;
             if (OutC) im[k] += i;

@@ -44,6 +44,7 @@ struct GrowSink {
     uint8_t* Scratch() { return dets + (size_t)n * nword; }
 
     int Flush() {
+        OperatorPsiPrefetchSlots(out[0], dets, n);
         const int status = OperatorPsiTimedFlush(n, [this]() {
             return OutC ? ComplexWaveFunctionAddElementOMPMiniFlush(out, &n, dets, re, im)
                         : RealWaveFunctionAddElementOMPMiniFlush(out, &n, dets, re);
@@ -52,12 +53,12 @@ struct GrowSink {
         return status;
     }
 
-    template <bool OpC>
+    template <bool OpC, bool ExactKey>
     bool Accept(double f, double vr, double vi, uint64_t key) {
         accepted++;
         double r, i = 0.0;
         OperatorPsiTermValue<OpC, StC, OutC>(a, b, vr, vi, f, r, i);
-        const unsigned int k = OperatorPsiMergePlace(&merge, key, dets, nword, n);
+        const unsigned int k = OperatorPsiMergePlace<ExactKey>(&merge, key, dets, nword, n);
         if (k != n) {
             re[k] += r;
             if (OutC) im[k] += i;
