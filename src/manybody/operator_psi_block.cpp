@@ -27,6 +27,7 @@ struct BlockSink {
     const double* a;  // the input element's prefactors, one per member
     const double* b;
     uint64_t accepted;
+    bool alone;  // the only thread of its team
     OperatorPsiMergeTableType merge;
     const char* failText;
     int* failed;
@@ -34,7 +35,7 @@ struct BlockSink {
     uint8_t* Scratch() { return dets + (size_t)n * nword; }
 
     int Flush() {
-        OperatorPsiPrefetchSlots(out[0], dets, n);
+        OperatorPsiPrefetchDrain(out[0], dets, n, alone);
         const int status = OperatorPsiTimedFlush(n, [this]() {
             return OutC ? ComplexBlockWaveFunctionAddElementOMPMiniFlush(out, &n, dets, re, im, count)
                         : RealBlockWaveFunctionAddElementOMPMiniFlush(out, &n, dets, re, count);
@@ -90,6 +91,7 @@ void BlockRegion(const OperatorType& O, const WaveFunctionType* psi, WaveFunctio
         sink.nword = s.NWord;
         sink.n = 0;
         sink.accepted = 0;
+        sink.alone = omp_get_num_threads() == 1;
         OperatorPsiMergeInit(&sink.merge);
         sink.failText = text01;
         sink.failed = failed;

@@ -294,15 +294,29 @@ inline unsigned int OperatorPsiMergePlace(OperatorPsiMergeTableType* t, uint64_t
 
 // ---- Draining staging buffers ----------------------------------------------
 
-// Touches the key-list slots of n staged determinants ahead of a drain,
-// before the lock is taken: the drain's first memory access per entry then
-// overlaps with the others instead of waiting in turn under the lock.  Only
-// the key list is touched, whose address no add changes; what it holds is
-// not read here.
-__attribute__((always_inline)) inline void OperatorPsiPrefetchSlots(const WaveFunctionType& psi, const uint8_t* dets, unsigned int n) {
+// Touches, ahead of a drain and before the lock is taken, what the drain
+// will read first for each of n staged determinants, so that those memory
+// accesses overlap instead of waiting in turn under the lock.  With other
+// threads about (alone false) only the key-list slots are touched: the key
+// list never moves, and its contents are not read.  A thread alone in its
+// team may also read the slots and touch the first element of each chain,
+// since nobody else writes meanwhile.
+__attribute__((always_inline)) inline void OperatorPsiPrefetchDrain(const WaveFunctionType& psi, const uint8_t* dets,
+                                                                    unsigned int n, bool alone) {
     const uint32_t nword = psi.NWord, bits = psi.NBitsKey;
-    for (unsigned int k = 0; k < n; k++)
-        __builtin_prefetch(psi.KeyList + OperatorPsiHash(dets + (size_t)k * nword, nword, bits));
+    uint32_t slot[WaveFunctionStagingSize];
+    for (unsigned int k = 0; k < n; k++) {
+        slot[k] = OperatorPsiHash(dets + (size_t)k * nword, nword, bits);
+        __builtin_prefetch(psi.KeyList + slot[k]);
+    }
+    if (!alone) return;
+    for (unsigned int k = 0; k < n; k++) {
+        const uint32_t i = psi.KeyList[slot[k]];
+        if (i == 0) continue;
+        __builtin_prefetch(WaveFunctionDet(psi, i));
+        __builtin_prefetch(&WaveFunctionNext(psi, i));
+        __builtin_prefetch(&WaveFunctionRe(psi, i));
+    }
 }
 
 // Runs drain() (a ...OMPMiniFlush call on `entries` staged entries) and, when

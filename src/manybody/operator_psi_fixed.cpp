@@ -18,9 +18,14 @@ namespace {
 typedef OperatorPsiKindType Kind;
 
 // A thread's results, merged like a staging buffer and then looked up in
-// the basis 128 at a time: first every hash (touching the key list ahead),
-// then every chain head (touching its determinant and value ahead), then the
-// comparisons and additions, so that the memory latencies overlap.
+// the basis 128 at a time, every step of every chain walk touched one round
+// ahead: first all hashes (touching the key-list slots), then all chain
+// heads (touching their determinants and values), then rounds that compare
+// the element at hand of each pending walk, add on a match and otherwise
+// step to the next element, touching it for the next round.  So the memory
+// latencies of the 128 walks overlap.  The links are not touched ahead: most
+// walks end at the head, and the memory system serves only so many misses
+// at once.
 template <bool StC, bool OutC, bool Atomic>
 struct ConserveSink {
     static constexpr bool kStrictCut = false;
@@ -36,33 +41,50 @@ struct ConserveSink {
 
     uint8_t* Scratch() { return dets + (size_t)n * nword; }
 
+    static void Touch(const WaveFunctionType& T, uint32_t i) {
+        __builtin_prefetch(WaveFunctionDet(T, i));
+        __builtin_prefetch(&WaveFunctionRe(T, i), 1);
+        if (OutC) __builtin_prefetch(&WaveFunctionIm(T, i), 1);
+    }
+
     void Drain() {
         const WaveFunctionType& T = *out;
-        uint32_t slot[WaveFunctionStagingSize];
+        uint32_t at[WaveFunctionStagingSize];
+        uint8_t pending[WaveFunctionStagingSize];
         for (unsigned int k = 0; k < n; k++) {
-            slot[k] = OperatorPsiHash(dets + (size_t)k * nword, nword, T.NBitsKey);
-            __builtin_prefetch(T.KeyList + slot[k]);
+            at[k] = OperatorPsiHash(dets + (size_t)k * nword, nword, T.NBitsKey);
+            __builtin_prefetch(T.KeyList + at[k]);
         }
+        unsigned int left = 0;
         for (unsigned int k = 0; k < n; k++) {
-            const uint32_t i = T.KeyList[slot[k]];
-            slot[k] = i;
-            if (i != 0) {
-                __builtin_prefetch(WaveFunctionDet(T, i));
-                __builtin_prefetch(&WaveFunctionRe(T, i), 1);
-            }
-        }
-        for (unsigned int k = 0; k < n; k++) {
-            const uint8_t* det = dets + (size_t)k * nword;
-            uint32_t i = slot[k];
-            while (i != 0 && !DetEqual(WaveFunctionDet(T, i), det, nword)) i = WaveFunctionNext(T, i);
+            const uint32_t i = T.KeyList[at[k]];
             if (i == 0) continue;
-            if (Atomic) {
-                OperatorPsiAtomicAdd(WaveFunctionRe(T, i), re[k]);
-                if (OutC) OperatorPsiAtomicAdd(WaveFunctionIm(T, i), im[k]);
-            } else {
-                WaveFunctionRe(T, i) += re[k];
-                if (OutC) WaveFunctionIm(T, i) += im[k];
+            at[k] = i;
+            pending[left++] = (uint8_t)k;
+            Touch(T, i);
+        }
+        while (left > 0) {
+            unsigned int still = 0;
+            for (unsigned int p = 0; p < left; p++) {
+                const unsigned int k = pending[p];
+                const uint32_t i = at[k];
+                if (DetEqual(WaveFunctionDet(T, i), dets + (size_t)k * nword, nword)) {
+                    if (Atomic) {
+                        OperatorPsiAtomicAdd(WaveFunctionRe(T, i), re[k]);
+                        if (OutC) OperatorPsiAtomicAdd(WaveFunctionIm(T, i), im[k]);
+                    } else {
+                        WaveFunctionRe(T, i) += re[k];
+                        if (OutC) WaveFunctionIm(T, i) += im[k];
+                    }
+                    continue;
+                }
+                const uint32_t next = WaveFunctionNext(T, i);
+                if (next == 0) continue;  // not in the basis
+                at[k] = next;
+                pending[still++] = (uint8_t)k;
+                Touch(T, next);
             }
+            left = still;
         }
         n = 0;
         OperatorPsiMergeClear(&merge);

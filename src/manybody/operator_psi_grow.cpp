@@ -37,6 +37,7 @@ struct GrowSink {
     unsigned int n;
     double a, b;  // prefactor of the input element
     uint64_t accepted;
+    bool alone;  // the only thread of its team
     OperatorPsiMergeTableType merge;
     const char* failText;
     int* failed;
@@ -44,7 +45,7 @@ struct GrowSink {
     uint8_t* Scratch() { return dets + (size_t)n * nword; }
 
     int Flush() {
-        OperatorPsiPrefetchSlots(out[0], dets, n);
+        OperatorPsiPrefetchDrain(out[0], dets, n, alone);
         const int status = OperatorPsiTimedFlush(n, [this]() {
             return OutC ? ComplexWaveFunctionAddElementOMPMiniFlush(out, &n, dets, re, im)
                         : RealWaveFunctionAddElementOMPMiniFlush(out, &n, dets, re);
@@ -92,6 +93,7 @@ void GrowRegion(const OperatorType& O, const WaveFunctionType& psi, WaveFunction
         sink.n = 0;
         sink.a = sink.b = 0.0;
         sink.accepted = 0;
+        sink.alone = omp_get_num_threads() == 1;
         OperatorPsiMergeInit(&sink.merge);
         sink.failText = text01;
         sink.failed = failed;
