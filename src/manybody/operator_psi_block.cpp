@@ -146,7 +146,8 @@ int RunBlock(Kind kind, const OperatorType& O, const WaveFunctionType* psi, Wave
     if (count == 0) return 0;
     const char* name = OperatorPsiKindName(kind);
     const bool outComplex = OperatorPsiKindComplexResult(kind);
-    // The mixed operator on real states reports its start-up like RR.
+    // The mixed operator on real states reports a failed first record like
+    // RR.
     const char* initName = kind == OperatorPsiKindMR ? "RR" : name;
     char text[200];
 
@@ -161,7 +162,7 @@ int RunBlock(Kind kind, const OperatorType& O, const WaveFunctionType* psi, Wave
     }
     for (unsigned int j = 1; j < count; j++) {
         if (WaveFunctionInitCopyBasis(&Opsi[j], Opsi[0]) != 0) {
-            printf("Could not initialize Opsi[%i] in BlockOperatorPsi%s\n", (int)j, initName);
+            printf("Could not initialize Opsi[%i] in BlockOperatorPsi%s\n", (int)j, name);
             fflush(stdout);
             BlockWaveFunctionFree(Opsi, j);
             return 1;
