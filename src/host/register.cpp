@@ -1,7 +1,11 @@
 // Registration of everything the system adds to the interpreter.
 #include "host/register.h"
 
+#include "host/complex_lua.h"
 #include "host/luahost.h"
+#include "host/timing.h"
+#include "host/units.h"
+#include "host/verbosity.h"
 
 void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
     for (; list->name != nullptr; list++) {
@@ -11,12 +15,31 @@ void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
 }
 
 void SkeldaRegisterHostLibraries(lua_State* L) {
-    (void)L;
+    RegisterPhysicalConstants(L);
+    RegisterEnergyUnits(L, "eV");
+    LuaRegisterComplex(L);
 }
 
 void SkeldaRegisterImaginaryUnit(lua_State* L) {
-    (void)L;
+    LuaRegisterImaginaryUnit(L);
 }
+
+namespace {
+
+// Stopwatches and the verbosity mask: part of the alphabetical list of
+// global functions.
+void RegisterTimingGlobals(lua_State* L) {
+    static const luaL_Reg functions[] = {
+        {"TimeEnd", LuaTimeEnd},
+        {"TimePrint", LuaTimePrint},
+        {"TimeStart", LuaTimeStart},
+        {"Verbosity", LuaVerbosity},
+        {nullptr, nullptr},
+    };
+    SkeldaSetGlobalFunctions(L, functions);
+}
+
+}  // namespace
 
 // Object types, library tables and global functions of the many-body system.
 // Order: Operator_Type, Wavefunction_Type, Spectra_Type and Spectra,
@@ -26,6 +49,7 @@ void SkeldaRegisterImaginaryUnit(lua_State* L) {
 // types, Ulmen, Rondo, Tessel, the global functions, then the math names as
 // globals.  A later registration of a name overwrites an earlier one.
 int luaopen_ssp(lua_State* L) {
-    (void)L;
+    // The global functions.
+    RegisterTimingGlobals(L);
     return 0;
 }
