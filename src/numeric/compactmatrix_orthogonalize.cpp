@@ -116,7 +116,7 @@ int SVDRows(CompactMatrixType* M, double tolerance, bool remove, CompactMatrixTy
         } else {
             double one = 1.0, zero = 0.0;
             dgemm_("N", "N", &m, &n, &k, &one, static_cast<double*>(u), &m,
-                   static_cast<double*>(vt), &k, &zero, CompactMatrixRealData(*M), &m, 1, 1);
+                   static_cast<double*>(vt), &k, &zero, CompactMatrixRealData(*M), &m);
         }
         if (T != nullptr) {
             for (int t = 0; t < k; t++) s[t] = s[t] > tolerance ? 1.0 / s[t] : 0.0;

@@ -149,7 +149,16 @@ int CompactMatrixAddMultiply(const char* opA, const char* opB, CompactMatrixType
         // Real: "C" is "T" and "*" is "N".
         char ta = Transposes(a) ? 'T' : 'N', tb = Transposes(b) ? 'T' : 'N';
         dgemm_(&tb, &ta, &M, &N, &K, &alphaRe, CompactMatrixRealData(B), &ldb,
-               CompactMatrixRealData(A), &lda, &betaRe, CompactMatrixRealData(*C), &ldc, 1, 1);
+               CompactMatrixRealData(A), &lda, &betaRe, CompactMatrixRealData(*C), &ldc);
+        return 0;
+    }
+    if (!A.QComplex && B.QComplex && b == 'N' && alphaIm == 0.0 && betaIm == 0.0) {
+        // Real times complex: the interleaved k x n block of B is a real
+        // k x 2n matrix, and so is C, so one real product does it.
+        char ta = Transposes(a) ? 'T' : 'N';
+        int M2 = 2 * M, ldb2 = 2 * ldb, ldc2 = 2 * ldc;
+        dgemm_("N", &ta, &M2, &N, &K, &alphaRe, reinterpret_cast<const double*>(B.data), &ldb2,
+               CompactMatrixRealData(A), &lda, &betaRe, static_cast<double*>(C->data), &ldc2);
         return 0;
     }
     const Complex16 *ca, *cb;
@@ -307,7 +316,7 @@ void RealMatrixVector(CompactMatrixType A, const double* x, double* y) {
     }
     int m = static_cast<int>(A.Nj), n = static_cast<int>(A.Ni), inc = 1;
     double one = 1.0, zero = 0.0;
-    dgemv_("T", &m, &n, &one, CompactMatrixRealData(A), &m, x, &inc, &zero, y, &inc, 1);
+    dgemv_("T", &m, &n, &one, CompactMatrixRealData(A), &m, x, &inc, &zero, y, &inc);
 }
 
 void RealTransposeMatrixVector(CompactMatrixType A, const double* x, double* y) {
@@ -318,7 +327,7 @@ void RealTransposeMatrixVector(CompactMatrixType A, const double* x, double* y) 
     }
     int m = static_cast<int>(A.Nj), n = static_cast<int>(A.Ni), inc = 1;
     double one = 1.0, zero = 0.0;
-    dgemv_("N", &m, &n, &one, CompactMatrixRealData(A), &m, x, &inc, &zero, y, &inc, 1);
+    dgemv_("N", &m, &n, &one, CompactMatrixRealData(A), &m, x, &inc, &zero, y, &inc);
 }
 
 namespace {
@@ -333,14 +342,13 @@ void RealMatrixComplexVector(const CompactMatrixType& A, bool transpose, const C
         memset(static_cast<void*>(y), 0, rows * sizeof(Complex16));
         return;
     }
-    int m = static_cast<int>(A.Nj), n = static_cast<int>(A.Ni), inc = 1, inc2 = 2;
+    int m = static_cast<int>(A.Nj), n = static_cast<int>(A.Ni), inc2 = 2;
     double one = 1.0, zero = 0.0;
     const char* t = transpose ? "N" : "T";
     const double* xd = reinterpret_cast<const double*>(x);
     double* yd = reinterpret_cast<double*>(y);
-    dgemv_(t, &m, &n, &one, CompactMatrixRealData(A), &m, xd, &inc2, &zero, yd, &inc2, 1);
-    dgemv_(t, &m, &n, &one, CompactMatrixRealData(A), &m, xd + 1, &inc2, &zero, yd + 1, &inc2, 1);
-    (void)inc;
+    dgemv_(t, &m, &n, &one, CompactMatrixRealData(A), &m, xd, &inc2, &zero, yd, &inc2);
+    dgemv_(t, &m, &n, &one, CompactMatrixRealData(A), &m, xd + 1, &inc2, &zero, yd + 1, &inc2);
 }
 
 }  // namespace

@@ -564,7 +564,7 @@ int RealTriDiagonalEigensystem(int N, const double* a, const double* b, MatrixTy
         int info = 0;
         memcpy(w, a, sizeof(double) * N);
         if (N > 1) memcpy(e, b, sizeof(double) * (N - 1));
-        dstevd_(jobz, &N, w, e, z, &ldz, work, &lwork, iwork, &liwork, &info, 1);
+        dstevd_(jobz, &N, w, e, z, &ldz, work, &lwork, iwork, &liwork, &info);
         info = LapackChainInfo(info, 1);
         if (info != 0) {
             printf("dstevd failed in TriDiagonalMatrixToEigensystem with info value %i\n", info);
@@ -572,7 +572,7 @@ int RealTriDiagonalEigensystem(int N, const double* a, const double* b, MatrixTy
             fflush(stdout);
             memcpy(w, a, sizeof(double) * N);
             if (N > 1) memcpy(e, b, sizeof(double) * (N - 1));
-            dstev_(jobz, &N, w, e, z, &ldz, work, &info, 1);
+            dstev_(jobz, &N, w, e, z, &ldz, work, &info);
             info = LapackChainInfo(info, 2);
             if (info != 0) {
                 printf("Also dstev failed with info value %i\n", info);

@@ -12,7 +12,7 @@ void BlockProduct(double alpha, const double* X, const double* Y, double beta, d
                   int k, int n) {
     if (m == 0 || n == 0) return;
     int ldx = k > 0 ? k : 1, ldy = n, ldz = n;
-    dgemm_("N", "N", &n, &m, &k, &alpha, Y, &ldy, X, &ldx, &beta, Z, &ldz, 1, 1);
+    dgemm_("N", "N", &n, &m, &k, &alpha, Y, &ldy, X, &ldx, &beta, Z, &ldz);
 }
 
 const double* Block(double** rows) { return rows != nullptr ? rows[0] : nullptr; }
