@@ -1,5 +1,6 @@
 // Functions of a matrix: inverse, integer powers, square, exponentials and
 // square root, and the own-elimination inverse of the row-pointer record.
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -22,11 +23,13 @@ int CompactMatrixInverse(CompactMatrixType* A) {
     const int n = static_cast<int>(A->Ni);
     if (n == 0) return 0;
     size_t nn = static_cast<size_t>(n) * n;
-    const int lwork = n * n;
+    // The work of n*n elements, or for orders whose square exceeds the 32-bit
+    // integers, a block of 64 columns (dgetri needs at least n).
+    const int lwork = nn <= static_cast<size_t>(INT_MAX) ? n * n : 64 * n;
     size_t es = A->QComplex ? sizeof(Complex16) : sizeof(double);
     int* ipiv = static_cast<int*>(malloc(sizeof(int) * n));
     void* a = malloc(es * nn);
-    void* work = malloc(es * nn);
+    void* work = malloc(es * static_cast<size_t>(lwork));
     if (ipiv == nullptr || a == nullptr || work == nullptr) {
         puts("malloc failed in CompactMatrixInverse");
         free(ipiv);

@@ -147,9 +147,16 @@ void NameEigenvectors(char* buffer, const char* source) {
     buffer[p + n] = '\0';
 }
 
+// The largest order whose workspace sizes fit LAPACK's 32-bit integers.
+const int LargestOrder = 32000;
+
 // Work of the Hermitian family: real work and integer work.
 int AllocateWork(int N, double** work, int** iwork, const char* workMessage,
                  const char* iworkMessage) {
+    if (N > LargestOrder) {
+        printf("Matrix of order %i too large for the 32-bit LAPACK interface\n", N);
+        return 1;
+    }
     EigenWork sz = WorkSizes(N);
     *work = static_cast<double*>(malloc(sizeof(double) * sz.lwork));
     if (*work == nullptr) {
@@ -328,6 +335,10 @@ int GeneralizedChain(const MatrixType& A, const MatrixType& B, const Generalized
                      double* w, double* realVectors, Complex16* complexVectors) {
     const int N = A.Ni, ld = N > 0 ? N : 1, itype = 1;
     const bool complexArm = A.QComplex || B.QComplex;
+    if (N > LargestOrder) {
+        printf("Matrix of order %i too large for the 32-bit LAPACK interface\n", N);
+        return 1;
+    }
     EigenWork sz = WorkSizes(N);
     EigenSource sa = SourceOf(A), sb = SourceOf(B);
     double* work = static_cast<double*>(malloc(sizeof(double) * sz.lwork));

@@ -1,5 +1,7 @@
 // Records, products and transforms of the dense matrices, checked against
 // loop products of the reference in dense_reference.h.
+#include "numeric/compactmatrix.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -7,7 +9,6 @@
 
 #include "dense_reference.h"
 #include "host/options.h"
-#include "numeric/compactmatrix.h"
 
 namespace {
 
@@ -122,34 +123,35 @@ TEST(CompactMatrixProduct, AddMultiplyAllOperations) {
     unsigned seed = 1;
     const Complex16 alphas[2][2] = {{{0.5, -2.0}, {1.5, 0.25}}, {{0.5, 0.0}, {-1.5, 0.0}}};
     for (const auto& ab : alphas)
-    for (int ca = 0; ca < 2; ca++)
-        for (int cb = 0; cb < 2; cb++)
-            for (const char* oa : ops)
-                for (const char* ob : ops) {
-                    bool ta = oa[0] == 'T' || oa[0] == 'C', tb = ob[0] == 'T' || ob[0] == 'C';
-                    // op(A) is 3 x 4, op(B) is 4 x 2.
-                    Dense a = Random(ta ? 4 : 3, ta ? 3 : 4, ca, seed++);
-                    Dense b = Random(tb ? 2 : 4, tb ? 4 : 2, cb, seed++);
-                    Dense c = Random(3, 2, true, seed++);
-                    CompactMatrixType A = ToCompact(a, ca), B = ToCompact(b, cb);
-                    CompactMatrixType C = ToCompact(c, true);
-                    ASSERT_EQ(CompactMatrixAddMultiply(oa, ob, A, B, &C, ab[0].re, ab[0].im, ab[1].re,
-                                                       ab[1].im), 0);
-                    Dense want(3, 2);
-                    Dense p = Mul(Op(a, oa[0]), Op(b, ob[0]));
-                    for (size_t k = 0; k < want.a.size(); k++)
-                        want.a[k] = ab[0] * p.a[k] + ab[1] * c.a[k];
-                    EXPECT_LT(MaxDiff(FromCompact(C), want), Tight) << oa << ob << ca << cb;
+        for (int ca = 0; ca < 2; ca++)
+            for (int cb = 0; cb < 2; cb++)
+                for (const char* oa : ops)
+                    for (const char* ob : ops) {
+                        bool ta = oa[0] == 'T' || oa[0] == 'C', tb = ob[0] == 'T' || ob[0] == 'C';
+                        // op(A) is 3 x 4, op(B) is 4 x 2.
+                        Dense a = Random(ta ? 4 : 3, ta ? 3 : 4, ca, seed++);
+                        Dense b = Random(tb ? 2 : 4, tb ? 4 : 2, cb, seed++);
+                        Dense c = Random(3, 2, true, seed++);
+                        CompactMatrixType A = ToCompact(a, ca), B = ToCompact(b, cb);
+                        CompactMatrixType C = ToCompact(c, true);
+                        ASSERT_EQ(CompactMatrixAddMultiply(oa, ob, A, B, &C, ab[0].re, ab[0].im,
+                                                           ab[1].re, ab[1].im),
+                                  0);
+                        Dense want(3, 2);
+                        Dense p = Mul(Op(a, oa[0]), Op(b, ob[0]));
+                        for (size_t k = 0; k < want.a.size(); k++)
+                            want.a[k] = ab[0] * p.a[k] + ab[1] * c.a[k];
+                        EXPECT_LT(MaxDiff(FromCompact(C), want), Tight) << oa << ob << ca << cb;
 
-                    CompactMatrixType P;
-                    ASSERT_EQ(CompactMatrixMultiply(oa, ob, A, B, &P), 0);
-                    EXPECT_EQ(P.QComplex, (ca || cb) ? 1 : 0);
-                    EXPECT_LT(MaxDiff(FromCompact(P), p), Tight);
-                    FreeCompactMatrix(&P);
-                    FreeCompactMatrix(&A);
-                    FreeCompactMatrix(&B);
-                    FreeCompactMatrix(&C);
-                }
+                        CompactMatrixType P;
+                        ASSERT_EQ(CompactMatrixMultiply(oa, ob, A, B, &P), 0);
+                        EXPECT_EQ(P.QComplex, (ca || cb) ? 1 : 0);
+                        EXPECT_LT(MaxDiff(FromCompact(P), p), Tight);
+                        FreeCompactMatrix(&P);
+                        FreeCompactMatrix(&A);
+                        FreeCompactMatrix(&B);
+                        FreeCompactMatrix(&C);
+                    }
 }
 
 TEST(CompactMatrixProduct, RealResultTurnsComplexOnlyWhenNeeded) {
@@ -292,7 +294,8 @@ TEST(CompactMatrixProduct, TransposeAndConjugateInPlace) {
 // The four transforms in their three forms, real and complex.
 TEST(CompactMatrixTransform, AllFormsMatchTheirProducts) {
     typedef int (*Plain)(CompactMatrixType, CompactMatrixType, CompactMatrixType*);
-    typedef int (*Pre)(CompactMatrixType, CompactMatrixType, CompactMatrixType*, CompactMatrixType*);
+    typedef int (*Pre)(CompactMatrixType, CompactMatrixType, CompactMatrixType*,
+                       CompactMatrixType*);
     typedef int (*Inline)(CompactMatrixType*, CompactMatrixType);
     struct Form {
         Plain plain;
@@ -302,16 +305,21 @@ TEST(CompactMatrixTransform, AllFormsMatchTheirProducts) {
         bool tTall;  // T is 4 x 3 (A 4 x 4), else 3 x 4 (A 4 x 4) for the right product
     };
     Form forms[] = {
-        {TransformCompactMatrixCN, TransformCompactMatrixPreAllocatedCN, TransformCompactMatrixInlineCN, 'C', 'N', true},
-        {TransformCompactMatrixNC, TransformCompactMatrixPreAllocatedNC, TransformCompactMatrixInlineNC, 'N', 'C', false},
-        {TransformCompactMatrixTc, TransformCompactMatrixPreAllocatedTc, TransformCompactMatrixInlineTc, 'T', '*', true},
-        {TransformCompactMatrixcT, TransformCompactMatrixPreAllocatedcT, TransformCompactMatrixInlinecT, '*', 'T', false},
+        {TransformCompactMatrixCN, TransformCompactMatrixPreAllocatedCN,
+         TransformCompactMatrixInlineCN, 'C', 'N', true},
+        {TransformCompactMatrixNC, TransformCompactMatrixPreAllocatedNC,
+         TransformCompactMatrixInlineNC, 'N', 'C', false},
+        {TransformCompactMatrixTc, TransformCompactMatrixPreAllocatedTc,
+         TransformCompactMatrixInlineTc, 'T', '*', true},
+        {TransformCompactMatrixcT, TransformCompactMatrixPreAllocatedcT,
+         TransformCompactMatrixInlinecT, '*', 'T', false},
     };
     unsigned seed = 60;
     for (const Form& f : forms)
         for (int ca = 0; ca < 2; ca++)
             for (int ct = 0; ct < 2; ct++) {
-                Dense a = Random(4, 4, ca, seed++), t = f.tTall ? Random(4, 3, ct, seed++) : Random(3, 4, ct, seed++);
+                Dense a = Random(4, 4, ca, seed++),
+                      t = f.tTall ? Random(4, 3, ct, seed++) : Random(3, 4, ct, seed++);
                 Dense want = Mul(Mul(Op(t, f.left), a), Op(t, f.right));
                 CompactMatrixType A = ToCompact(a, ca), T = ToCompact(t, ct), R;
                 ASSERT_EQ(f.plain(A, T, &R), 0);
@@ -343,13 +351,20 @@ TEST(CompactMatrixTransform, DiagonalForms) {
         EXPECT_LT(MaxDiff(FromCompact(R), want), Tight);
         FreeCompactMatrix(&R);
     };
-    check(TransformDiagonalMatrixByCompactMatrixTATdag(d2.data(), T, &R), Mul(Mul(t, Diag(d2)), Op(t, 'C')));
-    check(TransformDiagonalMatrixByCompactMatrixTdagAT(d3.data(), T, &R), Mul(Mul(Op(t, 'C'), Diag(d3)), t));
-    check(TransformDiagonalMatrixByCompactMatrixTtranATcon(d3.data(), T, &R), Mul(Mul(Op(t, 'T'), Diag(d3)), Op(t, '*')));
-    check(TransformDiagonalMatrixByCompactMatrixTconATtran(d2.data(), T, &R), Mul(Mul(Op(t, '*'), Diag(d2)), Op(t, 'T')));
-    check(TransformComplexDiagonalMatrixByCompactMatrixTconATtran(c2.data(), T, &R), Mul(Mul(Op(t, '*'), Diag(c2)), Op(t, 'T')));
-    check(TransformComplexDiagonalMatrixByCompactMatrixTLconATRtran(c3.data(), L, Rm, &R), Mul(Mul(Op(l, '*'), Diag(c3)), Op(r, 'T')));
-    check(TransformComplexDiagonalMatrixByCompactMatrixTRtranATLcon(c3.data(), L, Rm, &R), Mul(Mul(Op(r, 'T'), Diag(c3)), Op(l, '*')));
+    check(TransformDiagonalMatrixByCompactMatrixTATdag(d2.data(), T, &R),
+          Mul(Mul(t, Diag(d2)), Op(t, 'C')));
+    check(TransformDiagonalMatrixByCompactMatrixTdagAT(d3.data(), T, &R),
+          Mul(Mul(Op(t, 'C'), Diag(d3)), t));
+    check(TransformDiagonalMatrixByCompactMatrixTtranATcon(d3.data(), T, &R),
+          Mul(Mul(Op(t, 'T'), Diag(d3)), Op(t, '*')));
+    check(TransformDiagonalMatrixByCompactMatrixTconATtran(d2.data(), T, &R),
+          Mul(Mul(Op(t, '*'), Diag(d2)), Op(t, 'T')));
+    check(TransformComplexDiagonalMatrixByCompactMatrixTconATtran(c2.data(), T, &R),
+          Mul(Mul(Op(t, '*'), Diag(c2)), Op(t, 'T')));
+    check(TransformComplexDiagonalMatrixByCompactMatrixTLconATRtran(c3.data(), L, Rm, &R),
+          Mul(Mul(Op(l, '*'), Diag(c3)), Op(r, 'T')));
+    check(TransformComplexDiagonalMatrixByCompactMatrixTRtranATLcon(c3.data(), L, Rm, &R),
+          Mul(Mul(Op(r, 'T'), Diag(c3)), Op(l, '*')));
 
     CompactMatrixType S = ToCompact(t, true);
     MultiplyDiagonalMatrixCompactMatrix(d3.data(), &S);
@@ -373,7 +388,8 @@ TEST(MatrixTransform, OlderRecordProductsAndTransforms) {
     FreeMatrix(&C);
     ASSERT_EQ(MatrixTransformPart(&C, A, T, 1), 0);
     EXPECT_EQ(C.Ni, 1);
-    EXPECT_LT(Abs(Complex16{C.Re[0][0], C.Im[0][0]} - Mul(Mul(Op(t, '*'), a), Op(t, 'T'))(0, 0)), Tight);
+    EXPECT_LT(Abs(Complex16{C.Re[0][0], C.Im[0][0]} - Mul(Mul(Op(t, '*'), a), Op(t, 'T'))(0, 0)),
+              Tight);
     FreeMatrix(&C);
     CompactMatrixType Tc = ToCompact(t, true);
     ASSERT_EQ(MatrixTransformByCompactMatrix(&C, A, Tc), 0);
