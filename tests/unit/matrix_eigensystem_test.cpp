@@ -273,40 +273,45 @@ TEST(GeneralizedEigensystem, DefiniteMetric) {
     }
 }
 
-// Three basis vectors of a plane, one the sum of the others: the metric is
-// singular, and the problem in the plane has the values of h.
+// Three basis vectors of a plane, the third a combination of the others:
+// the metric is singular, and the problem in the plane has the values of h.
 TEST(GeneralizedEigensystem, SingularMetricDropsTheNullDirection) {
-    double r = 1 / sqrt(2.0);
-    double basis[3][2] = {{1, 0}, {0, 1}, {r, r}};
-    double h[2] = {1, 3};  // diagonal operator in the plane
-    Dense S(3, 3), H(3, 3);
-    for (int i = 0; i < 3; i++)
-        for (int j = 0; j < 3; j++) {
-            S(i, j) = Complex16{basis[i][0] * basis[j][0] + basis[i][1] * basis[j][1], 0};
-            H(i, j) = Complex16{h[0] * basis[i][0] * basis[j][0] + h[1] * basis[i][1] * basis[j][1], 0};
+    for (int arm = 0; arm < 2; arm++) {
+        double r = 1 / sqrt(2.0);
+        Dense b(2, 3);  // the basis vectors in the columns
+        b(0, 0) = b(1, 1) = Complex16{1, 0};
+        b(0, 2) = Complex16{r, 0};
+        b(1, 2) = arm ? Complex16{0, r} : Complex16{r, 0};
+        Dense h = Diag(std::vector<double>{1, 3});
+        if (arm) {
+            h(1, 0) = Complex16{0, 0.5};
+            h(0, 1) = Conj(h(1, 0));
         }
-    MatrixType Hm = ToMatrix(H, false), Sm = ToMatrix(S, false), V;
-    std::vector<double> w(3);
-    testing::internal::CaptureStdout();
-    ASSERT_EQ(GeneralizedEigensystemSingular(Hm, Sm, &V, w.data()), 0);
-    std::string out = testing::internal::GetCapturedStdout();
-    EXPECT_NE(out.find("Number of states kept = 2\n"), std::string::npos) << out;
-    EXPECT_NE(out.find("Norm of basis ( 0...7): "), std::string::npos);
-    ASSERT_EQ(V.Ni, 2);
-    ASSERT_EQ(V.Nj, 3);
-    EXPECT_NEAR(w[0], 1.0, Tol);
-    EXPECT_NEAR(w[1], 3.0, Tol);
-    Dense v = FromMatrix(V);
-    for (uint32_t k = 0; k < 2; k++) {
-        Dense c = RowAsColumn(v, k);
-        Dense lhs = Mul(H, c), rhs = Mul(S, c);
-        for (auto& z : rhs.a) z = w[k] * z;
-        EXPECT_LT(MaxDiff(lhs, rhs), Tol);
-        EXPECT_NEAR(Mul(Op(c, 'C'), Mul(S, c))(0, 0).re, 1.0, Tol);
+        Dense S = Mul(Op(b, 'C'), b), H = Mul(Mul(Op(b, 'C'), h), b);
+        MatrixType Hm = ToMatrix(H, arm), Sm = ToMatrix(S, arm), V;
+        std::vector<double> w(3);
+        testing::internal::CaptureStdout();
+        ASSERT_EQ(GeneralizedEigensystemSingular(Hm, Sm, &V, w.data()), 0);
+        std::string out = testing::internal::GetCapturedStdout();
+        EXPECT_NE(out.find("Number of states kept = 2\n"), std::string::npos) << out;
+        EXPECT_NE(out.find("Norm of basis ( 0...7): "), std::string::npos);
+        ASSERT_EQ(V.Ni, 2);
+        ASSERT_EQ(V.Nj, 3);
+        double mid = 2, half = arm ? sqrt(1 + 0.25) : 1;  // eigenvalues of h
+        EXPECT_NEAR(w[0], mid - half, Tol);
+        EXPECT_NEAR(w[1], mid + half, Tol);
+        Dense v = FromMatrix(V);
+        for (uint32_t k = 0; k < 2; k++) {
+            Dense c = RowAsColumn(v, k);
+            Dense lhs = Mul(H, c), rhs = Mul(S, c);
+            for (auto& z : rhs.a) z = w[k] * z;
+            EXPECT_LT(MaxDiff(lhs, rhs), Tol);
+            EXPECT_NEAR(Mul(Op(c, 'C'), Mul(S, c))(0, 0).re, 1.0, Tol);
+        }
+        FreeMatrix(&V);
+        FreeMatrix(&Hm);
+        FreeMatrix(&Sm);
     }
-    FreeMatrix(&V);
-    FreeMatrix(&Hm);
-    FreeMatrix(&Sm);
 }
 
 // A r_k = w_k r_k, l_k^dagger A = w_k l_k^dagger, L^dagger R = 1, real parts
