@@ -7,6 +7,7 @@
 #include "host/units.h"
 #include "host/verbosity.h"
 #include "manybody/wavefunction_lua.h"
+#include "response/responsefunction.h"
 
 void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
     for (; list->name != nullptr; list++) {
@@ -51,6 +52,17 @@ void RegisterTimingGlobals(lua_State* L) {
 // globals.  A later registration of a name overwrites an earlier one.
 int luaopen_ssp(lua_State* L) {
     LuaRegisterWavefunctionType(L);
+    LuaRegisterResponseFunctionType(L);
+    static const luaL_Reg responseFunctionGlobals[] = {
+        {"ChangeType", LuaChangeTypeResponseFunction},
+        {"ReducePoles", LuaReducePolesResponseFunction},
+        {"PlaceOnMesh", LuaPlaceOnMeshResponseFunction},
+        {"ToTable", LuaResponseFunctionToTable},
+        {"ToUserdata", LuaResponseFunctionToUserdata},
+        {"ToTightBinding", LuaResponseFunctionToTightBinding},
+        {nullptr, nullptr},
+    };
+    SkeldaSetGlobalFunctions(L, responseFunctionGlobals);
     // The global functions.
     RegisterTimingGlobals(L);
     static const luaL_Reg wavefunctionGlobals[] = {

@@ -255,8 +255,9 @@ int BlockNaturalImpurityOrbitalMatrixToImpurityHamiltonian(OperatorType* O,
 
 // ---- script faces (lua_blockforms.cpp) --------------------------------------
 
-// 1 when the table at index holds the block form of a response function
-// (its lists, or for a natural orbital its epsilon or chains, hold matrices).
+// 1 when the table at index holds the block form of a response function:
+// some element of its lists, or for a natural orbital its epsilon or an
+// element of its chains, is a matrix.
 int QLuaBlockResponseTable(lua_State* L, int index);
 
 // Readers of the block table forms; each accepts any of the four forms and

@@ -50,38 +50,54 @@ struct SliceView {
     }
 };
 
-// The trace norm of the weight of pole k: the sum of the singular values,
-// the square roots of the eigenvalues of B^dagger B.  For a positive
-// semi-definite weight this is its trace, and for M = 1 it is |b|.
+// The trace norm of the weight of pole k: the sum of the singular values.
+// A Hermitian weight gives them as the magnitudes of its eigenvalues (for a
+// positive semi-definite one the sum is its trace); any other weight as the
+// square roots of the eigenvalues of B^dagger B, of which those at the
+// rounding level of the largest count as zero.  For M = 1 this is |b|.
 int TraceNorm(const BlockListOfPoles& L, uint32_t k, double* norm) {
     const uint32_t M = L.M;
     if (M == 1) {
         *norm = Cabs(BlockListOfPolesWeight(L, k, 0, 0));
         return 0;
     }
-    CompactMatrixType P;
-    P.Ni = M;
-    P.Nj = M;
-    P.QComplex = L.QComplex;
-    if (InitCompactMatrix(&P) != 0) return 1;
+    CompactMatrixType B;
+    B.Ni = M;
+    B.Nj = M;
+    B.QComplex = L.QComplex;
+    if (InitCompactMatrix(&B) != 0) return 1;
     for (uint32_t r = 0; r < M; r++)
         for (uint32_t c = 0; c < M; c++) {
-            Complex16 s = Cnum(0.0, 0.0);
-            for (uint32_t q = 0; q < M; q++)
-                s += Conjugate(BlockListOfPolesWeight(L, k, q, r)) * BlockListOfPolesWeight(L, k, q, c);
+            const Complex16 v = BlockListOfPolesWeight(L, k, r, c);
             if (L.QComplex)
-                CompactMatrixComplexData(P)[r * M + c] = s;
+                CompactMatrixComplexData(B)[r * M + c] = v;
             else
-                CompactMatrixRealData(P)[r * M + c] = s.re;
+                CompactMatrixRealData(B)[r * M + c] = v.re;
         }
+    const bool hermitian = QCompactMatrixHermitian(B, 1e-12) != 0;
+    if (!hermitian) {
+        // B := B^dagger B.
+        CompactMatrixType P;
+        const int fail = CompactMatrixMultiply("C", "N", B, B, &P);
+        FreeCompactMatrix(&B);
+        if (fail) return 1;
+        B = P;
+    }
     double* w = static_cast<double*>(malloc(sizeof(double) * M));
     CompactMatrixType V;
-    int fail = w == nullptr || CompactMatrixEigensystem(&P, &V, w) != 0;
-    FreeCompactMatrix(&P);
+    int fail = w == nullptr || CompactMatrixEigensystem(&B, &V, w) != 0;
+    FreeCompactMatrix(&B);
     if (!fail) {
         FreeCompactMatrix(&V);
+        double top = 0.0;
+        for (uint32_t i = 0; i < M; i++) top = fmax(top, fabs(w[i]));
         double s = 0.0;
-        for (uint32_t i = 0; i < M; i++) s += sqrt(fmax(w[i], 0.0));
+        for (uint32_t i = 0; i < M; i++) {
+            if (hermitian)
+                s += fabs(w[i]);
+            else if (w[i] > 100.0 * DBL_EPSILON * M * top)
+                s += sqrt(w[i]);
+        }
         *norm = s;
     }
     free(w);

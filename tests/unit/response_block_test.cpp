@@ -480,7 +480,7 @@ Dense OneParticleMatrix(const OperatorType& O) {
 // operator describes, as a list.
 BlockListOfPoles ListOfOneParticleMatrix(const Dense& h, const std::vector<uint32_t>& modes, const Dense& a0,
                                          const Dense& b0) {
-    CompactMatrixType H;
+    CompactMatrixType H = CompactnullMatrix();
     SetBlock(&H, h, true);
     CompactMatrixType V;
     std::vector<double> w(h.Ni);
