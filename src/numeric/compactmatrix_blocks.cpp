@@ -58,7 +58,7 @@ int Submatrix(CompactMatrixType A, uint32_t i0, uint32_t i1, uint32_t j0, uint32
     if (i0 > i1 || j0 > j1 || i1 > A.Ni || j1 > A.Nj) {
         printf("Submatrix called for rows %u to %u and columns %u to %u of a %u by %u matrix\n",
                i0 + 1, i1, j0 + 1, j1, A.Ni, A.Nj);
-        return 1;
+        return -1;
     }
     if (InitResult(R, i1 - i0, j1 - j0, A.QComplex, "Submatrix")) return 1;
     if (A.Name != nullptr) SetCompactMatrixName(R, A.Name);
@@ -74,7 +74,7 @@ int Submatrix(CompactMatrixType A, uint32_t i0, uint32_t i1, uint32_t j0, uint32
 int MatrixExpand(CompactMatrixType A, uint32_t N, Complex16 value, CompactMatrixType* R) {
     if (A.Ni > N || A.Nj > N) {
         printf("MatrixExpand called with new size %u for a %u by %u matrix\n", N, A.Ni, A.Nj);
-        return 1;
+        return -1;
     }
     int32_t QComplex = (A.QComplex || value.im != 0.0) ? 1 : 0;
     if (InitResult(R, N, N, QComplex, "MatrixExpand")) return 1;
@@ -98,7 +98,7 @@ int CompactMatrixEnlarge(CompactMatrixType A, uint32_t f, CompactMatrixType* R) 
     if (Ni > UINT32_MAX || Nj > UINT32_MAX) {
         printf("CompactMatrixEnlarge: a %u by %u matrix enlarged %u times is too large\n", A.Ni,
                A.Nj, f);
-        return 1;
+        return -1;
     }
     if (InitResult(R, static_cast<uint32_t>(Ni), static_cast<uint32_t>(Nj), A.QComplex,
                    "CompactMatrixEnlarge"))
@@ -136,7 +136,7 @@ int MatrixFlatten(const CompactMatrixType* const* blocks, uint32_t NBi, uint32_t
                 printf("MatrixFlatten: block (%u,%u) is %u by %u, but its block row has %u rows "
                        "and its block column %u columns\n",
                        bi + 1, bj + 1, B->Ni, B->Nj, height[bi], width[bj]);
-                fail = 1;
+                fail = -1;
             }
         }
     }
@@ -144,7 +144,7 @@ int MatrixFlatten(const CompactMatrixType* const* blocks, uint32_t NBi, uint32_t
     for (uint32_t b = 0; b < NBi && !fail; b++) {
         if (height[b] == UINT32_MAX) {
             printf("MatrixFlatten: block row %u holds zero blocks only, its size is unknown\n", b + 1);
-            fail = 1;
+            fail = -1;
         }
         Ni += height[b];
     }
@@ -152,13 +152,13 @@ int MatrixFlatten(const CompactMatrixType* const* blocks, uint32_t NBi, uint32_t
         if (width[b] == UINT32_MAX) {
             printf("MatrixFlatten: block column %u holds zero blocks only, its size is unknown\n",
                    b + 1);
-            fail = 1;
+            fail = -1;
         }
         Nj += width[b];
     }
     if (!fail && (Ni > UINT32_MAX || Nj > UINT32_MAX)) {
         puts("MatrixFlatten: the block matrix is too large");
-        fail = 1;
+        fail = -1;
     }
     if (!fail) fail = InitResult(R, static_cast<uint32_t>(Ni), static_cast<uint32_t>(Nj), QComplex,
                                  "MatrixFlatten");

@@ -4,9 +4,12 @@
 // Matrix.AddSpin and Matrix.Flatten.
 //
 // As everywhere in the dense-matrix layer, a function returns 0 on success
-// and 1 on failure after printing one line that names what failed; the result
-// is initialised here, and after a failure it holds nothing that the caller
-// must free.  Results are real when every input is real.
+// and prints one line that names what failed otherwise.  As with
+// CompactMatrixInverse of a rectangular matrix, the result is negative (-1)
+// when the arguments ask for something impossible, and 1 when memory ran
+// out, so that a caller knows that a second attempt may help.  The result is
+// initialised here, and after a failure it holds nothing that the caller must
+// free.  Results are real when every input is real.
 #ifndef SKELDA_NUMERIC_COMPACTMATRIX_BLOCKS_H
 #define SKELDA_NUMERIC_COMPACTMATRIX_BLOCKS_H
 

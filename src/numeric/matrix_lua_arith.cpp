@@ -260,7 +260,8 @@ int LuaMatrixIndex(lua_State* L) {
     if (r <= 0.0) return luaL_error(L, "Index of an Array should be positive (non-zero)\n");
     uint32_t size = M->Ni == 1 ? M->Nj : M->Ni;
     if (r > size)
-        return luaL_error(L, "Index %i larger then size of Array %i\n",
+        // lua_pushfstring knows %d, not %i.
+        return luaL_error(L, "Index %d larger then size of Array %d\n",
                           r > INT_MAX ? INT_MAX : static_cast<int>(r), static_cast<int>(size));
     uint32_t i = static_cast<uint32_t>(r) - 1;
     if (M->Ni == 1) {

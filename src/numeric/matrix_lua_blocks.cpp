@@ -44,10 +44,11 @@ struct BlockList {
     }
 };
 
-// Flattens the blocks into R; raises after the kernel's own line.
+// Flattens the blocks into R, trying again after a collection when memory
+// ran out; raises after the kernel's own line.
 void FlattenOrRaise(lua_State* L, const BlockList& list, uint32_t NBi, uint32_t NBj,
                     CompactMatrixOwner* R, const char* message) {
-    if (MatrixFlatten(list.blocks, NBi, NBj, &R->M)) {
+    if (LuaRetryAfterCollect(L, [&] { return MatrixFlatten(list.blocks, NBi, NBj, &R->M); })) {
         R->Forget();
         luaL_error(L, "%s", message);
     }
@@ -94,7 +95,7 @@ int LuaSubmatrix(lua_State* L) {
         j1 = i1;
     }
     CompactMatrixOwner R;
-    if (Submatrix(*A.M, i0, i1, j0, j1, &R.M)) {
+    if (LuaRetryAfterCollect(L, [&] { return Submatrix(*A.M, i0, i1, j0, j1, &R.M); })) {
         R.Forget();
         return luaL_error(L, "Submatrix failed.");
     }
@@ -115,7 +116,7 @@ int LuaMatrixExpand(lua_State* L) {
     MatrixArgument A;
     const CompactMatrixType* source = nullptr;
     if (!lua_istable(L, 1) && LuaToComplex16(L, 1, &single)) {
-        if (ExpandNumberToCompactMatrix(single, 1, 1, &one.M)) {
+        if (LuaRetryAfterCollect(L, [&] { return ExpandNumberToCompactMatrix(single, 1, 1, &one.M); })) {
             one.Forget();
             return luaL_error(L, "Allocation failed in %s", "Matrix.Expand");
         }
@@ -129,7 +130,7 @@ int LuaMatrixExpand(lua_State* L) {
     if (n == 3 && !LuaToComplex16(L, 3, &value))
         return luaL_argerror(L, 3, "number or Complex_Type expected");
     CompactMatrixOwner R;
-    if (MatrixExpand(*source, N, value, &R.M)) {
+    if (LuaRetryAfterCollect(L, [&] { return MatrixExpand(*source, N, value, &R.M); })) {
         R.Forget();
         return luaL_error(L, "MatrixExpand failed.\n");
     }
@@ -181,7 +182,8 @@ int LuaMatrixAddSpin(lua_State* L) {
         }
         FlattenOrRaise(L, list, M.Ni, M.Nj, &R, "Allocation failed in Matrix.AddSpin");
         // A complex matrix stays complex even where its entries are real.
-        if (M.QComplex && !R.M.QComplex && MakeCompactRealMatrixComplex(&R.M))
+        if (M.QComplex &&
+            LuaRetryAfterCollect(L, [&] { return MakeCompactRealMatrixComplex(&R.M); }))
             return luaL_error(L, "Allocation failed in %s", "Matrix.AddSpin");
     }
     LuaPushMatrixResult(L, &R, A.IsUserdata());

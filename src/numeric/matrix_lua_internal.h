@@ -34,13 +34,15 @@ struct MatrixArgument {
     bool IsUserdata() const { return M != nullptr && M->QBorrowed; }
 };
 
-// Runs a kernel that can only fail for lack of memory; after a failure runs a
-// full collection of the interpreter and tries once more.  Returns the
-// result of the last attempt.
+// Runs a kernel; after a failure for lack of memory (a positive result) runs
+// a full collection of the interpreter and tries once more.  A negative
+// result (arguments refused) is not tried again.  Returns the result of the
+// last attempt.  Only for kernels whose positive failures are those of
+// memory, and which leave their inputs unchanged when they fail.
 template <class Kernel>
 int LuaRetryAfterCollect(lua_State* L, Kernel kernel) {
     int fail = kernel();
-    if (fail) {
+    if (fail > 0) {
         lua_gc(L, LUA_GCCOLLECT, 0);
         fail = kernel();
     }
