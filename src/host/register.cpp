@@ -7,6 +7,7 @@
 #include "host/units.h"
 #include "host/verbosity.h"
 #include "manybody/wavefunction_lua.h"
+#include "numeric/interpolatingfunction_lua.h"
 
 void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
     for (; list->name != nullptr; list++) {
@@ -51,6 +52,7 @@ void RegisterTimingGlobals(lua_State* L) {
 // globals.  A later registration of a name overwrites an earlier one.
 int luaopen_ssp(lua_State* L) {
     LuaRegisterWavefunctionType(L);
+    LuaRegisterInterpolatingFunctionType(L);
     // The global functions.
     RegisterTimingGlobals(L);
     static const luaL_Reg wavefunctionGlobals[] = {
