@@ -3,20 +3,15 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
+
+#include "host/specialfunctions.h"
 
 namespace {
 
-// n! as a product of doubles; a negative n is reported and counts as 0.
-double Factorial(int n) {
-    if (n < 0) {
-        printf("Error Factorial called with a negative number\n");
-        return 0.0;
-    }
-    double f = 1.0;
-    for (int i = 2; i <= n; i++) f *= i;
-    return f;
+// Whole numbers up to rounding: the test of the script forms.
+bool IsWhole(double x) {
+    return std::fabs(x - std::round(x)) < std::fabs(x) * 2.220446049250313e-15 + 2.2250738585072014e-308;
 }
 
 double MinusOnePower(int n) { return (n % 2 == 0) ? 1.0 : -1.0; }
@@ -50,6 +45,24 @@ double ThreeJSymbolHalf(int tj1, int tm1, int tj2, int tm2, int tj3, int tm3) {
 
 double ThreeJSymbol(int j1, int m1, int j2, int m2, int j3, int m3) {
     return ThreeJSymbolHalf(2 * j1, 2 * m1, 2 * j2, 2 * m2, 2 * j3, 2 * m3);
+}
+
+int ThreeJSymbolOfNumbers(const double jm[6], double* value) {
+    bool whole = true, half = true;
+    for (int k = 0; k < 6; k++) {
+        whole = whole && IsWhole(jm[k]);
+        half = half && IsWhole(2 * jm[k]);
+    }
+    int a[6];
+    if (whole) {
+        for (int k = 0; k < 6; k++) a[k] = static_cast<int>(std::round(jm[k]));
+        *value = ThreeJSymbol(a[0], a[1], a[2], a[3], a[4], a[5]);
+        return 0;
+    }
+    if (!half) return 1;
+    for (int k = 0; k < 6; k++) a[k] = static_cast<int>(std::round(2 * jm[k]));
+    *value = ThreeJSymbolHalf(a[0], a[1], a[2], a[3], a[4], a[5]);
+    return 0;
 }
 
 double SlaterCoefficientC(int k, int l1, int m1, int l2, int m2) {

@@ -14,6 +14,12 @@ double ThreeJSymbol(int j1, int m1, int j2, int m2, int j3, int m3);
 // (tj and tm of one column both odd or both even, tj1+tj2+tj3 even).
 double ThreeJSymbolHalf(int tj1, int tm1, int tj2, int tm2, int tj3, int tm3);
 
+// The symbol of momenta given as numbers jm = {j1, m1, j2, m2, j3, m3}:
+// ThreeJSymbol when all six are whole numbers, ThreeJSymbolHalf when all
+// doubled values are, each up to a relative rounding of 2.2e-15.  Returns
+// 0 with the value, or 1 (value untouched) for any other numbers.
+int ThreeJSymbolOfNumbers(const double jm[6], double* value);
+
 // c^k(l1 m1, l2 m2) = (-1)^m1 sqrt((2l1+1)(2l2+1)) (l1 k l2; 0 0 0)
 // (l1 k l2; -m1, m1-m2, m2), the matrix element <l1 m1| C^k_q |l2 m2> of the
 // Racah-normalised spherical tensor.  0 when k < |m1-m2|.

@@ -7,6 +7,7 @@
 #include "host/timing.h"
 #include "host/units.h"
 #include "host/verbosity.h"
+#include "manybody/wavefunction_lua.h"
 
 void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
     for (; list->name != nullptr; list++) {
@@ -63,8 +64,14 @@ void RegisterAtomicGlobals(lua_State* L) {
 // types, Ulmen, Rondo, Tessel, the global functions, then the math names as
 // globals.  A later registration of a name overwrites an earlier one.
 int luaopen_ssp(lua_State* L) {
+    LuaRegisterWavefunctionType(L);
     // The global functions.
     RegisterTimingGlobals(L);
     RegisterAtomicGlobals(L);
+    static const luaL_Reg wavefunctionGlobals[] = {
+        {"NewWavefunction", LuaNewWaveFunction},
+        {nullptr, nullptr},
+    };
+    SkeldaSetGlobalFunctions(L, wavefunctionGlobals);
     return 0;
 }

@@ -72,6 +72,23 @@ TEST(ThreeJ, ClosedForms) {
     }
 }
 
+TEST(ThreeJ, NumbersTakeTheIntegerOrTheDoubledPath) {
+    double v = 0;
+    const double integer[6] = {1, 0, 1, 0, 2, 0};
+    ASSERT_EQ(ThreeJSymbolOfNumbers(integer, &v), 0);
+    EXPECT_NEAR(v, std::sqrt(2.0 / 15.0), 1e-15);
+    const double half[6] = {0.5, 0.5, 0.5, -0.5, 1, 0};
+    ASSERT_EQ(ThreeJSymbolOfNumbers(half, &v), 0);
+    EXPECT_NEAR(v, 1 / std::sqrt(6.0), 1e-15);  // (1/2 1/2 1; 1/2 -1/2 0)
+    const double rounded[6] = {1 + 2e-16, 0, 1, 0, 2 - 4e-16, 0};
+    ASSERT_EQ(ThreeJSymbolOfNumbers(rounded, &v), 0);
+    EXPECT_NEAR(v, std::sqrt(2.0 / 15.0), 1e-15);
+    const double quarter[6] = {0.25, 0.25, 1, 0, 1, 0};
+    v = 7;
+    EXPECT_EQ(ThreeJSymbolOfNumbers(quarter, &v), 1);
+    EXPECT_EQ(v, 7);
+}
+
 TEST(ThreeJ, VanishingCases) {
     EXPECT_EQ(ThreeJSymbol(1, 1, 1, 0, 2, 0), 0.0);   // m1+m2+m3 != 0
     EXPECT_EQ(ThreeJSymbol(1, 0, 1, 0, 3, 0), 0.0);   // triangle
