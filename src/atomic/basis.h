@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "host/complex16.h"
+#include "numeric/compactmatrix.h"
 
 // A dense complex matrix in one row-major block: entry (i,j) at a[i*Nj+j].
 // The empty matrix has no rows and no columns.
@@ -67,6 +68,29 @@ BasisMatrixType LargeRotationMatrix(const std::vector<std::string>& names,
 int BasisYToZ(int l, BasisMatrixType* out);
 int BasisYToK(int l, BasisMatrixType* out);
 int BasisYToJJz(int l, BasisMatrixType* out);
+
+// The twelve changes between the bases Y, Z, K and jjz of momentum l as
+// complex compact matrices named "Matrix", initialised here: rows the new
+// basis, columns the old.  Y, Z and K have 2l+1 orbitals; a change that
+// involves jjz works on the 2(2l+1) spin-orbitals.  The K forms need l <= 6.
+// Each returns 0, or 1 when the record can't be allocated or l is out of
+// range (a line is printed).
+int SphericalHarmonicYToZ(int l, CompactMatrixType* out);
+int SphericalHarmonicZToY(int l, CompactMatrixType* out);
+int SphericalHarmonicYToK(int l, CompactMatrixType* out);
+int SphericalHarmonicKToY(int l, CompactMatrixType* out);
+int SphericalHarmonicZToK(int l, CompactMatrixType* out);
+int SphericalHarmonicKToZ(int l, CompactMatrixType* out);
+int SphericalHarmonicYTojjz(int l, CompactMatrixType* out);
+int SphericalHarmonicjjzToY(int l, CompactMatrixType* out);
+int SphericalHarmonicZTojjz(int l, CompactMatrixType* out);
+int SphericalHarmonicjjzToZ(int l, CompactMatrixType* out);
+int SphericalHarmonicKTojjz(int l, CompactMatrixType* out);
+int SphericalHarmonicjjzToK(int l, CompactMatrixType* out);
+
+// A compact copy of B, initialised here: real storage when every imaginary
+// part is zero, else complex.  Returns 0, or 1 when the allocation fails.
+int BasisMatrixToCompactMatrix(const BasisMatrixType& B, CompactMatrixType* out);
 
 // The 0/1 matrix from the orbitals oldNames to the same orbitals in the
 // order newNames: an identity block of the orbital's multiplicity for each

@@ -215,3 +215,70 @@ TEST(BasisMatrices, LargeRotationMatrixLaysBlocksOnTheDiagonal) {
     BasisMatrixType small = LargeRotationMatrix(std::vector<int>{2, 6}, YToKMatrix, false);
     EXPECT_EQ(small.Ni, 4);
 }
+
+namespace {
+
+BasisMatrixType FromCompact(const CompactMatrixType& C) {
+    BasisMatrixType B = InitBasisMatrix(static_cast<int>(C.Ni), static_cast<int>(C.Nj));
+    for (uint32_t i = 0; i < C.Ni; i++) {
+        for (uint32_t j = 0; j < C.Nj; j++) BasisMatrixAt(B, i, j) = CompactMatrixElement(C, i, j);
+    }
+    return B;
+}
+
+typedef int (*CompactBasisChange)(int, CompactMatrixType*);
+
+BasisMatrixType Compact(CompactBasisChange f, int l) {
+    CompactMatrixType C;
+    EXPECT_EQ(f(l, &C), 0);
+    EXPECT_EQ(C.QComplex, 1);
+    EXPECT_STREQ(C.Name, "Matrix");
+    BasisMatrixType B = FromCompact(C);
+    FreeCompactMatrix(&C);
+    return B;
+}
+
+}  // namespace
+
+// The twelve compact forms: unitary, inverse in pairs, and composing
+// through Y to the direct change.
+TEST(BasisMatrices, CompactChangesCompose) {
+    for (int l = 0; l <= 6; l++) {
+        std::string at = " l=" + std::to_string(l);
+        BasisMatrixType yz = Compact(SphericalHarmonicYToZ, l), zy = Compact(SphericalHarmonicZToY, l);
+        BasisMatrixType yk = Compact(SphericalHarmonicYToK, l), ky = Compact(SphericalHarmonicKToY, l);
+        BasisMatrixType zk = Compact(SphericalHarmonicZToK, l), kz = Compact(SphericalHarmonicKToZ, l);
+        BasisMatrixType yj = Compact(SphericalHarmonicYTojjz, l), jy = Compact(SphericalHarmonicjjzToY, l);
+        BasisMatrixType zj = Compact(SphericalHarmonicZTojjz, l), jz = Compact(SphericalHarmonicjjzToZ, l);
+        BasisMatrixType kj = Compact(SphericalHarmonicKTojjz, l), jk = Compact(SphericalHarmonicjjzToK, l);
+        for (const BasisMatrixType* m : {&yz, &yk, &zk, &yj, &zj, &kj}) ExpectUnitary(*m, "compact" + at);
+        ExpectSame(zy, BasisMatrixConjugateTranspose(yz), 1e-15, "ZToY" + at);
+        ExpectSame(ky, BasisMatrixConjugateTranspose(yk), 1e-15, "KToY" + at);
+        ExpectSame(kz, BasisMatrixConjugateTranspose(zk), 1e-15, "KToZ" + at);
+        ExpectSame(jy, BasisMatrixConjugateTranspose(yj), 1e-15, "jjzToY" + at);
+        ExpectSame(jz, BasisMatrixConjugateTranspose(zj), 1e-15, "jjzToZ" + at);
+        ExpectSame(jk, BasisMatrixConjugateTranspose(kj), 1e-15, "jjzToK" + at);
+        ExpectSame(BasisMatrixMultiply(zk, yz), yk, 1e-15, "ZToK YToZ" + at);
+        ExpectSame(BasisMatrixMultiply(zj, BasisMatrixEnlarge(yz, 2)), yj, 1e-15, "ZTojjz YToZ" + at);
+        ExpectSame(BasisMatrixMultiply(kj, BasisMatrixEnlarge(yk, 2)), yj, 1e-15, "KTojjz YToK" + at);
+        ExpectJJzBasis(yj, l, "YTojjz" + at);
+        if (l <= 2) ExpectSame(yz, YToZMatrix(2 * (2 * l + 1), false), 2e-16, "YToZ table" + at);
+        if (l <= 3) ExpectSame(yk, YToKMatrix(2 * (2 * l + 1), false), 2e-16, "YToK table" + at);
+    }
+    CompactMatrixType C;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(SphericalHarmonicYToK(7, &C), 1);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "SphericalHarmonicYToK: no basis of momentum l=7\n");
+}
+
+TEST(BasisMatrices, CompactCopyStaysRealWhenItCan) {
+    CompactMatrixType C;
+    ASSERT_EQ(BasisMatrixToCompactMatrix(YToJJzMatrix(6), &C), 0);
+    EXPECT_EQ(C.QComplex, 0);
+    ExpectSame(FromCompact(C), YToJJzMatrix(6), 0, "jjz copy");
+    FreeCompactMatrix(&C);
+    ASSERT_EQ(BasisMatrixToCompactMatrix(YToZMatrix(6, true), &C), 0);
+    EXPECT_EQ(C.QComplex, 1);
+    ExpectSame(FromCompact(C), YToZMatrix(6, true), 0, "Z copy");
+    FreeCompactMatrix(&C);
+}
