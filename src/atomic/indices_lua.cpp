@@ -117,7 +117,8 @@ int lua_createAtomicIndices(lua_State* L, bool dictionary) {
         LuaOptionsType options[] = {{"kappas", "bool", &withKappas}, {nullptr, nullptr, nullptr}};
         LuaCheckOptions(L, 2, options);
     }
-    if (dictionary && nargs == 2) luaL_checktype(L, 2, LUA_TTABLE);
+    bool withGroups = dictionary && nargs == 2 && !lua_isnil(L, 2);
+    if (withGroups) luaL_checktype(L, 2, LUA_TTABLE);
     std::vector<std::string> names = luaL_checkarray_string(L, 1);
 
     lua_newtable(L);
@@ -145,7 +146,7 @@ int lua_createAtomicIndices(lua_State* L, bool dictionary) {
     if (dictionary) {
         lua_groupOrbitals(L, table, "All", kept);
         lua_groupOrbitals(L, table, "all", kept);
-        if (nargs == 2) {
+        if (withGroups) {
             int ngroups = static_cast<int>(lua_rawlen(L, 2));
             for (int g = 1; g <= ngroups; g++) {
                 lua_rawgeti(L, 2, g);

@@ -8,7 +8,7 @@ local function same(got, want, what)
 end
 
 -- An s and a p shell: spin fast, down first.
-local d, n = CreateAtomicIndicesDict({"1s", "2p"})
+local d, n = CreateAtomicIndicesDict({"1s", "2p"}, nil)
 check.eq(n, 8, "fermions")
 same(d["1s_Dn"], {0}, "1s_Dn")
 same(d["1s_Up"], {1}, "1s_Up")
