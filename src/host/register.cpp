@@ -3,6 +3,10 @@
 
 #include "host/complex_lua.h"
 #include "host/luahost.h"
+#include "host/timing.h"
+#include "host/units.h"
+#include "host/verbosity.h"
+#include "manybody/wavefunction_lua.h"
 
 void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
     for (; list->name != nullptr; list++) {
@@ -12,13 +16,31 @@ void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
 }
 
 void SkeldaRegisterHostLibraries(lua_State* L) {
-    (void)L;
+    RegisterPhysicalConstants(L);
+    RegisterEnergyUnits(L, "eV");
     LuaRegisterComplex(L);
 }
 
 void SkeldaRegisterImaginaryUnit(lua_State* L) {
     LuaRegisterImaginaryUnit(L);
 }
+
+namespace {
+
+// Stopwatches and the verbosity mask: part of the alphabetical list of
+// global functions.
+void RegisterTimingGlobals(lua_State* L) {
+    static const luaL_Reg functions[] = {
+        {"TimeEnd", LuaTimeEnd},
+        {"TimePrint", LuaTimePrint},
+        {"TimeStart", LuaTimeStart},
+        {"Verbosity", LuaVerbosity},
+        {nullptr, nullptr},
+    };
+    SkeldaSetGlobalFunctions(L, functions);
+}
+
+}  // namespace
 
 // Object types, library tables and global functions of the many-body system.
 // Order: Operator_Type, Wavefunction_Type, Spectra_Type and Spectra,
@@ -28,6 +50,13 @@ void SkeldaRegisterImaginaryUnit(lua_State* L) {
 // types, Ulmen, Rondo, Tessel, the global functions, then the math names as
 // globals.  A later registration of a name overwrites an earlier one.
 int luaopen_ssp(lua_State* L) {
-    (void)L;
+    LuaRegisterWavefunctionType(L);
+    // The global functions.
+    RegisterTimingGlobals(L);
+    static const luaL_Reg wavefunctionGlobals[] = {
+        {"NewWavefunction", LuaNewWaveFunction},
+        {nullptr, nullptr},
+    };
+    SkeldaSetGlobalFunctions(L, wavefunctionGlobals);
     return 0;
 }
