@@ -81,8 +81,8 @@ int AddProductTerm(OperatorType* O, const uint16_t* codes, unsigned int length, 
 // O := O + scale * prod_i op(F_i) for n factors written left to right; the
 // rightmost factor's codes come first.  A plain nested loop over the terms
 // of every factor, written as an odometer over (length, term) pairs.
-int MultiplyFactors(OperatorType* O, const Factor* F, int n, Complex16 scale, LaderOrderType order,
-                    const char* caller) {
+int MultiplyFactorsInto(OperatorType* O, const Factor* F, int n, Complex16 scale, LaderOrderType order,
+                        const char* caller) {
     const int MaxFactors = 5;
     unsigned int len[MaxFactors];
     uint32_t term[MaxFactors];
@@ -152,6 +152,28 @@ int MultiplyFactors(OperatorType* O, const Factor* F, int n, Complex16 scale, La
     }
     if (codes != local) free(codes);
     OperatorRecountQComplex(O);
+    return status;
+}
+
+// The same when factors may be O itself: those are copied first, since adding
+// to O moves the arrays that they point at.
+int MultiplyFactors(OperatorType* O, const Factor* F, int n, Complex16 scale, LaderOrderType order,
+                    const char* caller) {
+    bool aliased = false;
+    for (int i = 0; i < n; i++) aliased = aliased || F[i].A->l == O->l;
+    if (!aliased) return MultiplyFactorsInto(O, F, n, scale, order, caller);
+    OperatorType copy;
+    if (OperatorCopy(&copy, *O) != 0) {
+        Report("OperatorCopy failed in %s", caller);
+        return 1;
+    }
+    Factor G[5];
+    for (int i = 0; i < n; i++) {
+        G[i] = F[i];
+        if (F[i].A->l == O->l) G[i].A = &copy;
+    }
+    int status = MultiplyFactorsInto(O, G, n, scale, order, caller);
+    FreeOperator(&copy);
     return status;
 }
 

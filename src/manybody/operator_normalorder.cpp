@@ -160,8 +160,8 @@ unsigned int LongestUsedLength(const OperatorType& A) {
 }
 
 // O := O + (re + i im) A through the plain or the ordered add.
-int AddOperator(OperatorType* O, const OperatorType& A, double re, double im, LaderOrderType order,
-                const char* caller) {
+int AddOperatorInto(OperatorType* O, const OperatorType& A, double re, double im, LaderOrderType order,
+                    const char* caller) {
     unsigned int longest = LongestUsedLength(A);
     if (longest > O->MaxLength && InitOperatorFixedLength(O, longest, A.l[longest].NBitsKey) != 0) {
         Report("could not make length %i in %s\n", longest, caller);
@@ -209,6 +209,21 @@ int AddOperator(OperatorType* O, const OperatorType& A, double re, double im, La
     }
     OperatorRecountQComplex(O);
     return 0;
+}
+
+// The same when A may be O itself: then A is copied first, since adding to O
+// moves the arrays that A points at.
+int AddOperator(OperatorType* O, const OperatorType& A, double re, double im, LaderOrderType order,
+                const char* caller) {
+    if (A.l != O->l) return AddOperatorInto(O, A, re, im, order, caller);
+    OperatorType copy;
+    if (OperatorCopy(&copy, A) != 0) {
+        Report("OperatorCopy failed in %s", caller);
+        return 1;
+    }
+    int status = AddOperatorInto(O, copy, re, im, order, caller);
+    FreeOperator(&copy);
+    return status;
 }
 
 }  // namespace

@@ -56,8 +56,8 @@ int AppendTerm(OperatorFixedLengthType* OA, const uint16_t* codes, unsigned int 
     return 0;
 }
 
-int MappedAdd(OperatorType* O, const OperatorType& A, const OperatorModeMapType* map, double re, double im,
-              LaderOrderType order, const char* caller) {
+int MappedAddInto(OperatorType* O, const OperatorType& A, const OperatorModeMapType* map, double re, double im,
+                  LaderOrderType order, const char* caller) {
     const Complex16 factor{re, im};
     int status = 0;
     for (unsigned int k = 0; k <= A.MaxLength && status == 0; k++) {
@@ -122,6 +122,20 @@ int MappedAdd(OperatorType* O, const OperatorType& A, const OperatorModeMapType*
         free(OA.VRe);
     }
     OperatorRecountQComplex(O);
+    return status;
+}
+
+// The same when A may be O itself (then A is copied first).
+int MappedAdd(OperatorType* O, const OperatorType& A, const OperatorModeMapType* map, double re, double im,
+              LaderOrderType order, const char* caller) {
+    if (A.l != O->l) return MappedAddInto(O, A, map, re, im, order, caller);
+    OperatorType copy;
+    if (OperatorCopy(&copy, A) != 0) {
+        Report("OperatorCopy failed in %s", caller);
+        return 1;
+    }
+    int status = MappedAddInto(O, copy, map, re, im, order, caller);
+    FreeOperator(&copy);
     return status;
 }
 

@@ -160,6 +160,11 @@ TEST(OperatorSum, AddAgreesWithDense) {
     for (size_t i = 0; i < want.size(); i++) want[i] += z * my[i];
     EXPECT_LT(fockref::MaxDiff(s, fockref::OfOperator(s, S), want, 4), 1e-12);
     EXPECT_NE(S.QComplex, 0u);
+    // Adding an operator to itself reads a copy of it.
+    ASSERT_EQ(OperatorAdd(&S, S, -0.5, 0.0), 0);
+    fockref::Matrix half = want;
+    for (auto& v : half) v *= 0.5;
+    EXPECT_LT(fockref::MaxDiff(s, fockref::OfOperator(s, S), half, 4), 1e-12);
 
     OperatorType T = Empty(4, 1, 0);
     ASSERT_EQ(OperatorAddNormalOrder(&T, X, 1.0, 0.0, QDetNotOrderedFcFaBcBa), 0);
@@ -226,6 +231,14 @@ TEST(OperatorProduct, ProductsAgreeWithDense) {
     ASSERT_EQ(InitOperatorForMult(&P, 5, &X, &Y, &W, &X, &W), 0);
     ASSERT_EQ(OperatorMultiply5(&P, X, Y, W, X, W), 0);
     EXPECT_LT(fockref::MaxDiff(s, fockref::OfOperator(s, P), xywxw, 9), 1e-11);
+    FreeOperator(&P);
+
+    // A product added into one of its own factors: P := X + X Y.
+    ASSERT_EQ(OperatorCopy(&P, X), 0);
+    ASSERT_EQ(OperatorMultiply2NormalOrder(&P, P, Y, 'N', 'N', QDetNotOrderedFcFaBcBa), 0);
+    want = xy;
+    for (size_t i = 0; i < want.size(); i++) want[i] += mx[i];
+    EXPECT_LT(fockref::MaxDiff(s, fockref::OfOperator(s, P), want, 5), 1e-12);
     FreeOperator(&P);
 
     // In place: X := X Y keeps the name.
