@@ -234,11 +234,38 @@ int MappedOperatorFixedLengthAtLevel(OperatorFixedLengthType* OA, const uint16_t
                                      unsigned int level, uint16_t* work, Complex16 value,
                                      const OperatorModeMapType* map);
 
+// O := A written in the orbitals of the rows of U, new_r = sum_i U[r][i]
+// old_i: the creator of old mode i becomes sum_r conj(U[r][i]) C r, so a
+// one-particle matrix h becomes conj(U) h U^T.  U is square with at most
+// NF + NB rows (modes beyond them stay) and does not mix fermions with
+// bosons.  O is initialised here; values below 1e-14 of A's largest
+// prefactor are removed.
+int RotateOperator(OperatorType* O, OperatorType A, MatrixType U);
+int RotateOperatorNormalOrder(OperatorType* O, OperatorType A, MatrixType U, LaderOrderType order);
+
 // Changes the numbers of fermion and boson modes: boson modes move with NF,
 // restriction masks are laid out anew, and terms on modes that no longer
 // exist are dropped (for normal-ordered terms the projection onto those modes
 // being empty).  NFnew + NBnew must not exceed 2^15.  The term loops run in
 // parallel.
 int OperatorChangeNFandNB(OperatorType* O, uint32_t NFnew, uint32_t NBnew);
+
+// ---------------------------------------------------------------------------
+// Matrices.
+
+// The NF x NF matrix of the terms C i A j of length 2: element (i, j) is the
+// prefactor of C i A j.  Complex when length 2 is.  M is initialised here.
+int OperatorCrAnLength2ToOneElectronCompactMatrix(OperatorType O, CompactMatrixType* M);
+// Not provided: prints a line and ends the process with status 9.
+int OperatorToOneElectronMatrix(OperatorType O, MatrixType* M);
+
+// The matrix <det_i| O |det_j> over the determinants of psi, in the order of
+// its elements (element i + 1 in row i).  The operator's restrictions are not
+// applied.  The WithPrefactorsInPsi form gives conj(c_i) <det_i| O |det_j>
+// c_j, whose sum is <psi| O |psi>; form 2 fills the older MatrixType record.
+// M is initialised here; NF and NB of O and psi must agree.
+int OperatorToDeterminantMatrix(OperatorType O, WaveFunctionType psi, CompactMatrixType* M);
+int OperatorToDeterminantMatrixWithPrefactorsInPsi(OperatorType O, WaveFunctionType psi, CompactMatrixType* M);
+int OperatorToDeterminantMatrix2(OperatorType O, WaveFunctionType psi, MatrixType* M);
 
 #endif

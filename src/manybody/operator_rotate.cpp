@@ -11,6 +11,7 @@
 #include "manybody/operator_algebra.h"
 #include "manybody/operator_algebra_detail.h"
 #include "manybody/zerocut.h"
+#include "numeric/matrix.h"
 
 using opalg::Report;
 
@@ -341,4 +342,75 @@ int OperatorChangeNFandNB(OperatorType* O, uint32_t NFnew, uint32_t NBnew) {
     O->NWord = NWordNew;
     OperatorRecountQComplex(O);
     return 0;
+}
+
+// ---------------------------------------------------------------------------
+// Rotation by a one-particle basis change.
+
+namespace {
+
+// Values below this fraction of the largest prefactor of the source are
+// rounding noise of the expansion and are removed from a rotated operator.
+const double RotationRelativeCut = 1e-14;
+
+// The map of a basis change U with the new orbitals in its rows,
+// new_r = sum_i U[r][i] old_i: old C i = sum_r conj(U[r][i]) new C r.
+int MapFromBasis(const MatrixType& U, uint32_t NF, uint32_t NB, OperatorModeMapType* map, const char* caller) {
+    if (U.Ni != U.Nj || U.Ni <= 0 || (uint32_t)U.Ni > NF + NB) {
+        Report("%s needs a square matrix of at most NF + NB = %i rows, got %i x %i\n", caller, NF + NB, U.Ni, U.Nj);
+        return 1;
+    }
+    const uint32_t n = (uint32_t)U.Ni;
+    if (InitOperatorModeMap(map, n) != 0) return 1;
+    for (uint32_t i = 0; i < n; i++) {
+        for (uint32_t r = 0; r < n; r++) {
+            double re = U.Re[r][i], im = U.QComplex ? -U.Im[r][i] : 0.0;
+            if (re == 0.0 && im == 0.0) continue;
+            if ((i < NF) != (r < NF)) {
+                Report("%s: the matrix mixes fermion mode %i with boson mode %i\n", caller, i < NF ? i : r,
+                       i < NF ? r : i);
+                FreeOperatorModeMap(map);
+                return 1;
+            }
+            if (OperatorModeMapAdd(map, i, (uint16_t)r, re, im) != 0) {
+                FreeOperatorModeMap(map);
+                return 1;
+            }
+        }
+    }
+    return 0;
+}
+
+int Rotate(OperatorType* O, const OperatorType& A, const MatrixType& U, LaderOrderType order, const char* caller) {
+    OperatorModeMapType map;
+    if (MapFromBasis(U, A.NF, A.NB, &map, caller) != 0) return 1;
+    if (InitOperatorCopySettings(O, A) != 0) {
+        Report("InitOperatorCopySettings failed in %s", caller);
+        FreeOperatorModeMap(&map);
+        return 1;
+    }
+    int status = order ? MappedOperatorAddNormalOrder(O, A, &map, 1.0, 0.0, order)
+                       : MappedOperatorAdd(O, A, &map, 1.0, 0.0);
+    FreeOperatorModeMap(&map);
+    if (status != 0) {
+        Report("MappedOperatorAdd failed in %s", caller);
+        FreeOperator(O);
+        return 1;
+    }
+    double largest = 0.0;
+    for (unsigned k = 0; k <= A.MaxLength; k++)
+        for (uint32_t t = 0; t < A.l[k].N; t++)
+            largest = std::fmax(largest, opalg::Magnitude(opalg::TermValue(A.l[k], t)));
+    OperatorRemoveSmallValues(O, RotationRelativeCut * largest);
+    return 0;
+}
+
+}  // namespace
+
+int RotateOperator(OperatorType* O, OperatorType A, MatrixType U) {
+    return Rotate(O, A, U, nullptr, "RotateOperator");
+}
+
+int RotateOperatorNormalOrder(OperatorType* O, OperatorType A, MatrixType U, LaderOrderType order) {
+    return Rotate(O, A, U, order, "RotateOperatorNormalOrder");
 }

@@ -154,6 +154,24 @@ inline OperatorType RandomOperator(unsigned nf, unsigned nb, const std::vector<u
     return O;
 }
 
+// A random unitary n x n matrix (rows orthonormalised by Gram-Schmidt).
+inline std::vector<cplx> RandomUnitary(unsigned n, std::mt19937& rng) {
+    std::normal_distribution<double> g;
+    std::vector<cplx> U(n * n);
+    for (auto& u : U) u = cplx(g(rng), g(rng));
+    for (unsigned r = 0; r < n; r++) {
+        for (unsigned q = 0; q < r; q++) {
+            cplx dot = 0.0;
+            for (unsigned i = 0; i < n; i++) dot += std::conj(U[q * n + i]) * U[r * n + i];
+            for (unsigned i = 0; i < n; i++) U[r * n + i] -= dot * U[q * n + i];
+        }
+        double norm = 0.0;
+        for (unsigned i = 0; i < n; i++) norm += std::norm(U[r * n + i]);
+        for (unsigned i = 0; i < n; i++) U[r * n + i] /= std::sqrt(norm);
+    }
+    return U;
+}
+
 }  // namespace fockref
 
 #endif

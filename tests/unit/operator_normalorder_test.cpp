@@ -224,15 +224,6 @@ TEST(OperatorProduct, ProductsAgreeWithDense) {
     EXPECT_TRUE(AllInOrder(P, QDetNotOrderedFcFaBcBa));
     EXPECT_LT(fockref::MaxDiff(s, fockref::OfOperator(s, P), xywxw, 9), 1e-11);
     FreeOperator(&P);
-    ASSERT_EQ(InitOperatorForMult(&P, 4, &X, &Y, &W, &X), 0);
-    ASSERT_EQ(OperatorMultiply4NormalOrder(&P, X, Y, W, X, QDetNotOrderedFcFaBcBa), 0);
-    EXPECT_LT(fockref::MaxDiff(s, fockref::OfOperator(s, P), xywx, 8), 1e-11);
-    FreeOperator(&P);
-    ASSERT_EQ(InitOperatorForMult(&P, 5, &X, &Y, &W, &X, &W), 0);
-    ASSERT_EQ(OperatorMultiply5(&P, X, Y, W, X, W), 0);
-    EXPECT_LT(fockref::MaxDiff(s, fockref::OfOperator(s, P), xywxw, 9), 1e-11);
-    FreeOperator(&P);
-
     // A product added into one of its own factors: P := X + X Y.
     ASSERT_EQ(OperatorCopy(&P, X), 0);
     ASSERT_EQ(OperatorMultiply2NormalOrder(&P, P, Y, 'N', 'N', QDetNotOrderedFcFaBcBa), 0);
