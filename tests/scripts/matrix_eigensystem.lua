@@ -60,8 +60,8 @@ check.near(wh[2], 4, 1e-14, "second eigenvalue")
 for k = 1, 2 do check.truthy(residual(H, wh[k], Vh[k]) < 1e-14, "H v = w v for vector " .. k) end
 checkOrthonormal(Vh, "complex Hermitian")
 
--- A degenerate spectrum still gives orthonormal vectors: {{1,1,1},...}/1
--- has eigenvalues 0, 0, 3.
+-- A degenerate spectrum still gives orthonormal vectors: the matrix of ones
+-- of order 3 has eigenvalues 0, 0, 3.
 local J = {{1, 1, 1}, {1, 1, 1}, {1, 1, 1}}
 local wj, Vj = Eigensystem(J)
 check.near(wj[1], 0, 1e-14, "degenerate 1")
