@@ -1,12 +1,16 @@
 // Registration of everything the system adds to the interpreter.
 #include "host/register.h"
 
+#include "atomic/orbitals_lua.h"
 #include "host/complex_lua.h"
+#include "host/global_dispatch.h"
 #include "host/luahost.h"
 #include "host/timing.h"
 #include "host/units.h"
 #include "host/verbosity.h"
 #include "manybody/wavefunction_lua.h"
+#include "numeric/interpolatingfunction_lua.h"
+#include "numeric/matrix_lua.h"
 #include "response/responsefunction.h"
 
 void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
@@ -41,6 +45,19 @@ void RegisterTimingGlobals(lua_State* L) {
     SkeldaSetGlobalFunctions(L, functions);
 }
 
+// Orbital names and index tables of atomic shells.
+void RegisterAtomicGlobals(lua_State* L) {
+    static const luaL_Reg functions[] = {
+        {"CreateAtomicIndicesDict", LuaCreateAtomicIndicesDict},
+        {"CreateAtomicIndicesList", LuaCreateAtomicIndicesList},
+        {"NonRelToRelOrbitals", LuaNonRelToRelOrbitals},
+        {"OrbToMultiplicity", LuaOrbToMultiplicity},
+        {"RelToNonRelOrbitals", LuaRelToNonRelOrbitals},
+        {nullptr, nullptr},
+    };
+    SkeldaSetGlobalFunctions(L, functions);
+}
+
 }  // namespace
 
 // Object types, library tables and global functions of the many-body system.
@@ -52,6 +69,7 @@ void RegisterTimingGlobals(lua_State* L) {
 // globals.  A later registration of a name overwrites an earlier one.
 int luaopen_ssp(lua_State* L) {
     LuaRegisterWavefunctionType(L);
+    LuaRegisterInterpolatingFunctionType(L);
     LuaRegisterResponseFunctionType(L);
     static const luaL_Reg responseFunctionGlobals[] = {
         {"ChangeType", LuaChangeTypeResponseFunction},
@@ -63,8 +81,24 @@ int luaopen_ssp(lua_State* L) {
         {nullptr, nullptr},
     };
     SkeldaSetGlobalFunctions(L, responseFunctionGlobals);
+    // Matrix_Type, Matrix and MatrixMeta: after the response-function globals.
+    LuaRegisterMatrixType(L);
     // The global functions.
+    // The calls that act on several kinds (see host/global_dispatch.h).
+    static const luaL_Reg dispatchedGlobals[] = {
+        {"Chop", LuaChop},
+        {"Clone", Luacopy},
+        {"Conjugate", Luaconjugate},
+        {"ConjugateTranspose", Luaconjugatetranspose},
+        {"Copy", Luacopy},
+        {"Eigensystem", LuaEigensystem},
+        {"Inverse", LuaInverse},
+        {"Transpose", Luatranspose},
+        {nullptr, nullptr},
+    };
+    SkeldaSetGlobalFunctions(L, dispatchedGlobals);
     RegisterTimingGlobals(L);
+    RegisterAtomicGlobals(L);
     static const luaL_Reg wavefunctionGlobals[] = {
         {"NewWavefunction", LuaNewWaveFunction},
         {nullptr, nullptr},

@@ -16,6 +16,7 @@
 #include <initializer_list>
 
 #include "host/complex_lua.h"
+#include "numeric/matrix_lua.h"
 #include "response/blockforms.h"
 #include "response/lua_matrices.h"
 #include "response/tridiagonal.h"
@@ -407,13 +408,13 @@ void PushChainLike(lua_State* L, const char* type, const Record& R) {
     lua_createtable(L, 2, 3);
     lua_createtable(L, static_cast<int>(R.N + 1), 0);
     for (uint32_t i = 0; i <= R.N; i++) {
-        LuaPushResponseMatrix(L, R.a[i]);
+        LuaPushTable_CompactMatrixType(L, R.a[i]);
         lua_rawseti(L, -2, static_cast<int>(i + 1));
     }
     lua_rawseti(L, -2, 1);
     lua_createtable(L, static_cast<int>(R.N), 0);
     for (uint32_t i = 0; i < R.N; i++) {
-        LuaPushResponseMatrix(L, R.b[i]);
+        LuaPushTable_CompactMatrixType(L, R.b[i]);
         lua_rawseti(L, -2, static_cast<int>(i + 1));
     }
     lua_rawseti(L, -2, 2);
@@ -433,7 +434,7 @@ void PushListBlock(lua_State* L, const BlockListOfPoles& list, uint32_t k) {
     const size_t offset = k * BlockListOfPolesSlice(M) + 1;
     B.data = list.QComplex ? static_cast<void*>(static_cast<Complex16*>(list.Value) + offset)
                            : static_cast<void*>(static_cast<double*>(list.Value) + offset);
-    LuaPushResponseMatrix(L, B);
+    LuaPushTable_CompactMatrixType(L, B);
 }
 
 }  // namespace
@@ -551,7 +552,7 @@ void LuaPushTable_BlockNaturalImpurityOrbital(lua_State* L, BlockNaturalImpurity
     luaL_checkstack(L, 6, "LuaPushTable_BlockNaturalImpurityOrbital");
     lua_createtable(L, 0, 6);
     PushHead(L, "NaturalImpurityOrbital", B.Name, B.mu);
-    LuaPushResponseMatrix(L, B.epsilon);
+    LuaPushTable_CompactMatrixType(L, B.epsilon);
     lua_setfield(L, -2, "epsilon");
     PushChainLike(L, "Tri", B.val);
     lua_setfield(L, -2, "val");

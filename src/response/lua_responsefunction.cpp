@@ -15,6 +15,7 @@
 
 #include "host/complex_lua.h"
 #include "host/options.h"
+#include "numeric/matrix_lua.h"
 #include "response/listofpoles.h"
 #include "response/lua_matrices.h"
 #include "response/responsefunction.h"
@@ -391,7 +392,7 @@ int LuaResponseFunctionCall(lua_State* L) {
         CompactMatrixType* m;
         ~OutGuard() { FreeCompactMatrix(m); }
     } guard{&out};
-    LuaPushResponseMatrix(L, out);
+    LuaPushTable_CompactMatrixType(L, out);
     return 1;
 }
 

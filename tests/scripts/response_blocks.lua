@@ -142,6 +142,27 @@ local c = C(0.5, 0)
 check.near(c[1][1].re, 1 + 4 / 0.5, 1e-14, "number blocks")
 check.near(c[1][2].re, 0, 1e-14, "number blocks")
 
+-- Values are matrices in the table form of matrices, and a Matrix userdata
+-- may stand where a matrix does.
+check.eq(getmetatable(L(0.1, 0.1)), MatrixMeta)
+check.eq(getmetatable(U(0.1, 0.1)), MatrixMeta)
+local Lu = setmetatable({ { Matrix.ToUserdata(A0), E[1], E[2], E[3], E[4] },
+  { B[1], B[2], Matrix.ToUserdata(B[3]), B[4] }, type = "ListOfPoles", name = "B", mu = 0 }, ResponseFunctionMeta)
+same(Lu, "list with userdata blocks")
+
+-- Eigensystem: the poles of a full-rank list, each once per orbital, from
+-- every form; the list form gives its energies.
+local F = setmetatable({ { 0, -1, 1 }, { { { 1, 0.2 }, { 0.2, 0.5 } }, { { 0.3, 0 }, { 0, 0.7 } } },
+  type = "ListOfPoles", name = "F", mu = 0 }, ResponseFunctionMeta)
+local ev = Eigensystem(F)
+check.eq(#ev, 2)
+check.eq(ev[1], -1)
+for _, form in ipairs { "Tri", "And", "Nat" } do
+  local e = Eigensystem(ChangeType(ToUserdata(F), form))
+  check.eq(#e, 4, form .. " eigenvalues")
+  for i, want in ipairs { -1, -1, 1, 1 } do check.near(e[i], want, 1e-12, form .. " eigenvalue") end
+end
+
 -- Messages of the block tables.
 local shape = "Error a list of poles should be a list of two lists {{a1,a2,...,an+1},{b1^2,b2^2,...,bn^2}}, " ..
     "with b matrices and a1 optionally a matrix"

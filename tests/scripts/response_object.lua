@@ -124,6 +124,15 @@ local Gg = setmetatable({ { a0, E[1], E[2], E[3] }, W, type = "ListOfPoles", nam
   SuggestedGrid = { -1, 0, 1 } }, ResponseFunctionMeta)
 check.eq(#ToTable(ChangeType(ToUserdata(Gg), "Tri")).SuggestedGrid, 3)
 
+-- Eigensystem of a response function: its poles, ascending, in any form.
+for _, F in ipairs { G, U, T, ChangeType(U, "And"), ChangeType(G, "Nat") } do
+  local ev = Eigensystem(F)
+  check.eq(#ev, 3, "three poles")
+  check.near(ev[1], -1, 1e-12, "pole")
+  check.near(ev[2], 0.25, 1e-12, "pole")
+  check.near(ev[3], 2, 1e-12, "pole")
+end
+
 -- Messages.
 local call = "Call to a response-function should contain two elements, (omega, gamma) with omega the energy at " ..
     "which the response function is evaluated and gamma an imaginary ofset"
