@@ -14,11 +14,13 @@
 // their size.  The arithmetic is complex throughout; when the source is real
 // the imaginary parts stay exactly zero and the result is made real.
 #include <cfloat>
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "numeric/lapack.h"
 #include "response/blockforms.h"
 
 namespace {
@@ -187,13 +189,19 @@ struct LanczosChain {
 
 // Block Lanczos on the block-diagonal bath h (nb blocks of M by M) from the
 // coupling W (D = nb*M rows, M columns, row-major), for at most nmax steps
-// (no limit for 0).
+// (no limit for 0).  The Lanczos vectors are kept column-major, one column
+// of D numbers each, so that the projection on all earlier vectors is two
+// matrix products.
 int BathLanczos(const Complex16* h, uint32_t nb, uint32_t M, const Complex16* W, uint32_t nmax, LanczosChain* out,
                 const char* who) {
     const size_t D = static_cast<size_t>(nb) * M;
     const size_t MM = static_cast<size_t>(M) * M;
     const size_t blockSize = D * M;  // one block of Lanczos vectors
     if (nmax == 0 || nmax > D) nmax = static_cast<uint32_t>(D);
+    if (D * M > static_cast<size_t>(INT_MAX) / 2 || static_cast<size_t>(nmax) * M > static_cast<size_t>(INT_MAX)) {
+        printf("bath of %zu levels too large for BLAS in %s\n", D, who);
+        return 1;
+    }
     double hscale = 0.0;
     for (size_t i = 0; i < nb * MM; i++) hscale = fmax(hscale, Cabs(h[i]));
     double wscale = 0.0;
@@ -205,76 +213,88 @@ int BathLanczos(const Complex16* h, uint32_t nb, uint32_t M, const Complex16* W,
         printf("malloc failed in %s\n", who);
         return 1;
     }
-    // All blocks of Lanczos vectors (grown as needed), the product H Q and
-    // the residual.
+    // All blocks of Lanczos vectors (grown as needed), the product H Q, the
+    // residual and the projections on earlier vectors.
     Buffer<Complex16> U;
     Buffer<Complex16> R;
     Buffer<Complex16> Q;
+    Buffer<Complex16> P;
     size_t qBlocks = nmax < 8 ? nmax : 8;
-    if (!U.Allocate(blockSize) || !R.Allocate(blockSize) || !Q.Allocate(qBlocks * blockSize)) {
+    if (!U.Allocate(blockSize) || !R.Allocate(blockSize) || !Q.Allocate(qBlocks * blockSize) ||
+        !P.Allocate(qBlocks * MM)) {
         printf("malloc failed in %s\n", who);
         return 1;
     }
+    auto q = [&](uint32_t block, uint32_t c) { return Q.p + (static_cast<size_t>(block) * M + c) * D; };
 
-    // Orthonormalises the columns of X (D by M) against the first `previous`
-    // blocks of Q and among themselves, into block `previous` of Q, with the
-    // coefficients in Cout (upper triangular, row c zero for a dropped
-    // column).  Returns the number of columns kept.
+    // Orthonormalises the columns of X (D by M, column-major) against the
+    // first `previous` blocks of Q and among themselves, into block
+    // `previous` of Q, with the coefficients in Cout (row-major, upper
+    // triangular, row c zero for a dropped column).  Returns the number of
+    // columns kept.
     auto orthonormalise = [&](Complex16* X, uint32_t previous, Complex16* Cout, double tol) {
-        Complex16* Qn = Q.p + previous * blockSize;
+        const int d = static_cast<int>(D);
+        const int m = static_cast<int>(M);
+        const int k = static_cast<int>(previous * M);
+        const Complex16 one = Cnum(1.0, 0.0);
+        const Complex16 minus = Cnum(-1.0, 0.0);
+        const Complex16 nil = Cnum(0.0, 0.0);
+        for (int pass = 0; pass < 2 && k > 0; pass++) {
+            zgemm_("C", "N", &k, &m, &d, &one, Q.p, &d, X, &d, &nil, P.p, &k, 1, 1);
+            zgemm_("N", "N", &d, &m, &k, &minus, Q.p, &d, P.p, &k, &one, X, &d, 1, 1);
+        }
         uint32_t kept = 0;
         for (size_t i = 0; i < MM; i++) Cout[i] = Cnum(0.0, 0.0);
         for (uint32_t c = 0; c < M; c++) {
-            for (int pass = 0; pass < 2; pass++) {
-                for (uint32_t p = 0; p < previous; p++) {
-                    const Complex16* Qp = Q.p + p * blockSize;
-                    for (uint32_t q = 0; q < M; q++) {
-                        Complex16 s = Cnum(0.0, 0.0);
-                        for (size_t i = 0; i < D; i++) s += Conjugate(Qp[i * M + q]) * X[i * M + c];
-                        for (size_t i = 0; i < D; i++) X[i * M + c] -= Qp[i * M + q] * s;
-                    }
-                }
-                for (uint32_t q = 0; q < c; q++) {
+            Complex16* x = X + c * D;
+            for (int pass = 0; pass < 2; pass++)
+                for (uint32_t p = 0; p < c; p++) {
+                    const Complex16* v = q(previous, p);
                     Complex16 s = Cnum(0.0, 0.0);
-                    for (size_t i = 0; i < D; i++) s += Conjugate(Qn[i * M + q]) * X[i * M + c];
-                    for (size_t i = 0; i < D; i++) X[i * M + c] -= Qn[i * M + q] * s;
-                    Cout[q * M + c] += s;
+                    for (size_t i = 0; i < D; i++) s += Conjugate(v[i]) * x[i];
+                    for (size_t i = 0; i < D; i++) x[i] -= v[i] * s;
+                    Cout[p * M + c] += s;
                 }
-            }
             double norm = 0.0;
-            for (size_t i = 0; i < D; i++) norm += X[i * M + c].re * X[i * M + c].re + X[i * M + c].im * X[i * M + c].im;
+            for (size_t i = 0; i < D; i++) norm += x[i].re * x[i].re + x[i].im * x[i].im;
             norm = sqrt(norm);
+            Complex16* v = q(previous, c);
             if (norm > tol) {
-                for (size_t i = 0; i < D; i++) Qn[i * M + c] = X[i * M + c] / norm;
+                for (size_t i = 0; i < D; i++) v[i] = x[i] / norm;
                 Cout[c * M + c] = Cnum(norm, 0.0);
                 kept++;
             } else {
-                for (size_t i = 0; i < D; i++) Qn[i * M + c] = Cnum(0.0, 0.0);
-                for (uint32_t q = c; q < M; q++) Cout[c * M + q] = Cnum(0.0, 0.0);
+                for (size_t i = 0; i < D; i++) v[i] = Cnum(0.0, 0.0);
+                for (uint32_t r = c; r < M; r++) Cout[c * M + r] = Cnum(0.0, 0.0);
             }
         }
         return kept;
     };
 
-    memcpy(R.p, W, sizeof(Complex16) * blockSize);
+    for (size_t i = 0; i < D; i++)
+        for (uint32_t c = 0; c < M; c++) R[c * D + i] = W[i * M + c];
     out->steps = 0;
     if (orthonormalise(R.p, 0, out->R0.p, tolW) == 0) return 0;
     for (uint32_t j = 0;; j++) {
-        const Complex16* Qj = Q.p + j * blockSize;
         // U = H Q_j, block by block of the bath.
-        for (uint32_t k = 0; k < nb; k++)
-            for (uint32_t r = 0; r < M; r++)
-                for (uint32_t c = 0; c < M; c++) {
+        for (uint32_t c = 0; c < M; c++) {
+            const Complex16* v = q(j, c);
+            Complex16* u = U.p + c * D;
+            for (uint32_t b = 0; b < nb; b++)
+                for (uint32_t r = 0; r < M; r++) {
                     Complex16 s = Cnum(0.0, 0.0);
-                    for (uint32_t q = 0; q < M; q++) s += h[k * MM + r * M + q] * Qj[(k * M + q) * M + c];
-                    U[(k * M + r) * M + c] = s;
+                    for (uint32_t t = 0; t < M; t++) s += h[b * MM + r * M + t] * v[b * M + t];
+                    u[b * M + r] = s;
                 }
+        }
         // alpha_j = Q_j^dagger U, made exactly Hermitian.
         Complex16* a = out->alpha.p + j * MM;
         for (uint32_t r = 0; r < M; r++)
             for (uint32_t c = 0; c < M; c++) {
+                const Complex16* v = q(j, r);
+                const Complex16* u = U.p + c * D;
                 Complex16 s = Cnum(0.0, 0.0);
-                for (size_t i = 0; i < D; i++) s += Conjugate(Qj[i * M + r]) * U[i * M + c];
+                for (size_t i = 0; i < D; i++) s += Conjugate(v[i]) * u[i];
                 a[r * M + c] = s;
             }
         for (uint32_t r = 0; r < M; r++)
@@ -286,25 +306,34 @@ int BathLanczos(const Complex16* h, uint32_t nb, uint32_t M, const Complex16* W,
         out->steps = j + 1;
         if (j + 1 >= nmax) break;
         // R = U - Q_j alpha_j - Q_(j-1) C_(j-1)^dagger.
-        for (size_t i = 0; i < D; i++)
-            for (uint32_t c = 0; c < M; c++) {
-                Complex16 s = U[i * M + c];
-                for (uint32_t q = 0; q < M; q++) s -= Qj[i * M + q] * a[q * M + c];
+        for (uint32_t c = 0; c < M; c++) {
+            Complex16* x = R.p + c * D;
+            memcpy(x, U.p + c * D, sizeof(Complex16) * D);
+            for (uint32_t t = 0; t < M; t++) {
+                const Complex16 f = a[t * M + c];
+                const Complex16* v = q(j, t);
+                for (size_t i = 0; i < D; i++) x[i] -= v[i] * f;
                 if (j > 0) {
-                    const Complex16* Qp = Q.p + (j - 1) * blockSize;
-                    const Complex16* Cp = out->C.p + (j - 1) * MM;
-                    for (uint32_t q = 0; q < M; q++) s -= Qp[i * M + q] * Conjugate(Cp[c * M + q]);
+                    const Complex16 g = Conjugate(out->C.p[(j - 1) * MM + c * M + t]);
+                    const Complex16* w = q(j - 1, t);
+                    for (size_t i = 0; i < D; i++) x[i] -= w[i] * g;
                 }
-                R[i * M + c] = s;
             }
+        }
         if (j + 2 > qBlocks) {
-            size_t grow = qBlocks * 2 < nmax ? qBlocks * 2 : nmax;
-            Complex16* q = static_cast<Complex16*>(realloc(Q.p, sizeof(Complex16) * grow * blockSize));
-            if (q == nullptr) {
+            const size_t grow = qBlocks * 2 < nmax ? qBlocks * 2 : nmax;
+            Complex16* nq = static_cast<Complex16*>(realloc(Q.p, sizeof(Complex16) * grow * blockSize));
+            if (nq == nullptr) {
                 printf("malloc failed in %s\n", who);
                 return 1;
             }
-            Q.p = q;
+            Q.p = nq;
+            Complex16* np = static_cast<Complex16*>(realloc(P.p, sizeof(Complex16) * grow * MM));
+            if (np == nullptr) {
+                printf("malloc failed in %s\n", who);
+                return 1;
+            }
+            P.p = np;
             qBlocks = grow;
         }
         if (orthonormalise(R.p, j + 1, out->C.p + j * MM, tolH) == 0) break;

@@ -1,10 +1,12 @@
 // The one-particle Hamiltonians of block chains, stars and natural orbitals
 // written as operators, so that a bath reaches the many-body solvers.  Every
-// term is c^dagger(p) c(q), stored through the add functions of the operator
-// store in the order of application: the annihilator first.
+// term is c^dagger(p) c(q), added in the normal order of the operators that
+// scripts build (which for c^dagger c is the order of application, the
+// annihilator first); a length stays real while every prefactor is.
 #include <cstdio>
 #include <cstdlib>
 
+#include "manybody/operator_algebra.h"
 #include "response/blockforms.h"
 
 namespace {
@@ -86,7 +88,7 @@ int BeginOperator(OperatorType* O, uint32_t NF, size_t terms, const char* who) {
 int AddHop(OperatorType* O, uint32_t p, uint32_t q, Complex16 v) {
     if (v.re == 0.0 && v.im == 0.0) return 0;
     const uint16_t codes[2] = {static_cast<uint16_t>(q), static_cast<uint16_t>(LaderCreation | p)};
-    return OperatorAddLader(O, codes, 2, v.re, v.im);
+    return OperatorAddLaderNormalOrder(O, codes, 2, v.re, v.im, QDetNotOrderedFcFaBcBa);
 }
 
 // a[r][c] c^dagger(site, r) c(site, c).
@@ -132,7 +134,7 @@ int BlockTridiagonalMatrixToImpurityHamiltonian(OperatorType* O, BlockTriDiagona
     if (CheckModes(map, NImpurity, &NF, who) != 0) return 1;
     if (BeginOperator(O, NF, TermEstimate(T.N, T.M), who) != 0) return 1;
     if (AddChain(O, map, T, 0) != 0) {
-        printf("OperatorAddLader failed in %s\n", who);
+        printf("OperatorAddLaderNormalOrder failed in %s\n", who);
         FreeOperator(O);
         return 1;
     }
@@ -153,7 +155,7 @@ int BlockAndersonMatrixToImpurityHamiltonian(OperatorType* O, BlockAndersonMatri
         if (!fail && k >= 2) fail = AddCoupling(O, map, 0, k - 1, A.b[k - 1]);
     }
     if (fail) {
-        printf("OperatorAddLader failed in %s\n", who);
+        printf("OperatorAddLaderNormalOrder failed in %s\n", who);
         FreeOperator(O);
         return 1;
     }
@@ -175,7 +177,7 @@ int BlockNaturalImpurityOrbitalMatrixToImpurityHamiltonian(OperatorType* O, Bloc
     // val takes the form sites 0..Nv-1, con the sites after it.
     const uint32_t conFirst = Nv > 0 ? Nv : 1;
     if (AddChain(O, map, B.val, 0) != 0 || AddChain(O, map, B.con, conFirst) != 0) {
-        printf("OperatorAddLader failed in %s\n", who);
+        printf("OperatorAddLaderNormalOrder failed in %s\n", who);
         FreeOperator(O);
         return 1;
     }

@@ -13,6 +13,7 @@
 #include "dense_reference.h"
 #include "host/complex16.h"
 #include "manybody/operator.h"
+#include "manybody/operator_algebra.h"
 #include "response/blockforms.h"
 #include "response/tridiagonal.h"
 
@@ -463,16 +464,11 @@ namespace {
 
 // The one-particle matrix of the length-2 terms c^dagger(p) c(q) of O.
 Dense OneParticleMatrix(const OperatorType& O) {
-    Dense h(O.NF, O.NF);
-    if (O.MaxLength < 2) return h;
-    const OperatorFixedLengthType& l = O.l[2];
-    for (uint32_t t = 0; t < l.N; t++) {
-        const uint16_t q = l.o[2 * t], p = l.o[2 * t + 1];
-        EXPECT_EQ(q & LaderCreation, 0);
-        EXPECT_EQ(p & LaderCreation, LaderCreation);
-        h(p & LaderModeMask, q & LaderModeMask) += l.QComplex ? l.V[t] : Complex16{l.VRe[t], 0.0};
-    }
-    return h;
+    CompactMatrixType h;
+    EXPECT_EQ(OperatorCrAnLength2ToOneElectronCompactMatrix(O, &h), 0);
+    Dense d = FromCompact(h);
+    FreeCompactMatrix(&h);
+    return d;
 }
 
 // Poles and weights seen from the modes `modes` of the one-particle matrix
