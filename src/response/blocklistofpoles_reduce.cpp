@@ -135,13 +135,19 @@ int ReduceBlockListOfPoles(BlockListOfPoles* L, unsigned int n, double tolerance
         norm[j] = t;
     };
     // Moves the fraction f of the weight of pole k onto pole p; the energy of
-    // p moves so that the first moment of the norms stays.
+    // p moves so that the first moment of the norms stays.  The norm of p is
+    // brought up to date once the merge is complete, so that a failure there
+    // leaves a whole list with all its weight.
     auto transfer = [&](uint32_t p, uint32_t k, double f) {
-        if (f == 0.0) return 0;
+        if (f == 0.0) return;
         const double r = f * norm[k] / norm[p];
         v.SetEnergy(p, (v.Energy(p) + v.Energy(k) * r) / (1.0 + r));
         v.AddWeight(p, k, f);
-        return TraceNorm(*L, p, &norm[p]);
+    };
+    auto remove = [&](uint32_t k) {
+        const uint32_t N = L->N;
+        v.Remove(k);
+        memmove(norm + k, norm + k + 1, sizeof(double) * (N - k - 1));
     };
     int fail = 0;
     for (uint32_t k = 0; k < L->N && !fail; k++) fail = TraceNorm(*L, k, &norm[k]);
@@ -151,14 +157,14 @@ int ReduceBlockListOfPoles(BlockListOfPoles* L, unsigned int n, double tolerance
         for (uint32_t i = 1; i < N; i++)
             if (norm[i] < norm[k]) k = i;  // strict: the lowest index wins a tie
         if (!(norm[k] > tolerance)) {
-            v.Remove(k);
-            memmove(norm + k, norm + k + 1, sizeof(double) * (N - k - 1));
+            remove(k);
             continue;
         }
         if (k == 0 || k == N - 1) {
-            fail = transfer(k == 0 ? 1 : k - 1, k, 1.0);
-            v.Remove(k);
-            memmove(norm + k, norm + k + 1, sizeof(double) * (N - k - 1));
+            const uint32_t p = k == 0 ? 1 : k - 1;
+            transfer(p, k, 1.0);
+            remove(k);
+            fail = TraceNorm(*L, k == 0 ? 0 : p, &norm[k == 0 ? 0 : p]);
             continue;
         }
         const uint32_t l = k - 1;
@@ -184,10 +190,11 @@ int ReduceBlockListOfPoles(BlockListOfPoles* L, unsigned int n, double tolerance
             fl = (au - ak) / (au - al);
             fu = (ak - al) / (au - al);
         }
-        fail = transfer(u, k, fu) || transfer(l, k, fl);
-        v.Remove(k);
-        memmove(norm + k, norm + k + 1, sizeof(double) * (N - k - 1));
+        transfer(u, k, fu);
+        transfer(l, k, fl);
+        remove(k);
         // The lower neighbour now stands at k-1, the upper one at k.
+        fail = TraceNorm(*L, k - 1, &norm[k - 1]) || TraceNorm(*L, k, &norm[k]);
         uint32_t i = k - 1;
         for (uint32_t s = 0; s + 1 < k && i > 0 && v.Energy(i - 1) > v.Energy(i); s++, i--) swapPoles(i - 1, i);
         i = k;
