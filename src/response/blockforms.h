@@ -235,9 +235,12 @@ enum ImpurityBathLayout { ImpurityBathSiteMajor = 0, ImpurityBathOrbitalMajor = 
 // sites form the bath from firstBathMode (not below NImpurity) on, laid out
 // as layout says.  Terms: a[i][r][c] c^dagger(i,r) c(i,c) for every site,
 // and each coupling block as b[r][c] c^dagger(i,r) c(j,c) plus its
-// conjugate term.  The constant a[0] and b[0] are the normalisation of the
-// Green's function and not part of the Hamiltonian.  An NF smaller than the
-// modes need is enlarged after a warning.
+// conjugate term, added in the normal order of script-built operators;
+// zero elements add no term.  The constant a[0] and b[0] are the
+// normalisation of the Green's function and not part of the Hamiltonian: the
+// impurity block of (z - H)^-1, taken through b[0] and shifted by a[0], is
+// the function of the chain.  An NF smaller than the modes need is enlarged
+// after a warning.
 int BlockTridiagonalMatrixToImpurityHamiltonian(OperatorType* O, BlockTriDiagonalMatrixType T, uint32_t NF,
                                                uint32_t NImpurity, const uint16_t* impurityModes,
                                                uint32_t firstBathMode, ImpurityBathLayout layout);

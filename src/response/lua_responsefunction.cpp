@@ -134,14 +134,6 @@ size_t CheckSuggestedGrid(lua_State* L, int index) {
     return n;
 }
 
-void PushNumberList(lua_State* L, const double* x, uint32_t n) {
-    lua_createtable(L, static_cast<int>(n), 0);
-    for (uint32_t i = 0; i < n; i++) {
-        lua_pushnumber(L, x[i]);
-        lua_rawseti(L, -2, static_cast<int>(i + 1));
-    }
-}
-
 // Pushes a new record: a lower-case one becomes a userdata that owns it, an
 // upper-case one is pushed as a table and freed.
 void PushNew(lua_State* L, ResponsefunctionType R) {
@@ -324,7 +316,7 @@ void LuaPushTable_ResponseFunction(lua_State* L, ResponsefunctionType R) {
         }
     }
     if (R.NSuggestedGrid > 0) {
-        PushNumberList(L, R.SuggestedGrid, R.NSuggestedGrid);
+        LuaPushArray_double(L, R.SuggestedGrid, R.NSuggestedGrid);
         lua_setfield(L, -2, "SuggestedGrid");
     }
 }
@@ -568,7 +560,7 @@ int LuaResponseFunctionEigensystem(lua_State* L) {
         double* p;
         ~Values() { free(p); }
     } guard{values};
-    PushNumberList(L, values, count);
+    LuaPushArray_double(L, values, count);
     return 1;
 }
 
