@@ -1,6 +1,7 @@
 // Registration of everything the system adds to the interpreter.
 #include "host/register.h"
 
+#include "atomic/basis_lua.h"
 #include "atomic/orbitals_lua.h"
 #include "host/complex_lua.h"
 #include "host/global_dispatch.h"
@@ -44,14 +45,18 @@ void RegisterTimingGlobals(lua_State* L) {
     SkeldaSetGlobalFunctions(L, functions);
 }
 
-// Orbital names and index tables of atomic shells.
+// Orbital names, index tables and basis changes of atomic shells.
 void RegisterAtomicGlobals(lua_State* L) {
     static const luaL_Reg functions[] = {
         {"CreateAtomicIndicesDict", LuaCreateAtomicIndicesDict},
         {"CreateAtomicIndicesList", LuaCreateAtomicIndicesList},
         {"NonRelToRelOrbitals", LuaNonRelToRelOrbitals},
         {"OrbToMultiplicity", LuaOrbToMultiplicity},
+        {"OrbitalRotationMatrix", LuaOrbitalRotationMatrix},
         {"RelToNonRelOrbitals", LuaRelToNonRelOrbitals},
+        {"YtoKMatrix", LuaYtoKMatrix},
+        {"YtoZMatrix", LuaYtoZMatrix},
+        {"YtojjzMatrix", LuaYtojjzMatrix},
         {nullptr, nullptr},
     };
     SkeldaSetGlobalFunctions(L, functions);
