@@ -80,6 +80,20 @@ int math_IntegerQ(lua_State* L);
 int math_EvenQ(lua_State* L);
 int math_OddQ(lua_State* L);
 
+// Angular functions.  ThreeJSymbol({j1,m1}, {j2,m2}, {j3,m3}) for integer
+// or half-integer momenta; SlaterCoefficientC(k, {l1,m1}, {l2,m2}) for
+// integer ones.  The harmonics take l, m, theta, phi: Y (complex) and the
+// real tesseral Z and cubic K, each with a Racah-normalised twin C, D, E
+// (times sqrt(4 pi/(2l+1))).
+int math_ThreeJSymbol(lua_State* L);
+int math_SlaterCoefficientC(lua_State* L);
+int math_SphericalHarmonicY(lua_State* L);
+int math_SphericalHarmonicC(lua_State* L);
+int math_TesseralHarmonicZ(lua_State* L);
+int math_TesseralHarmonicD(lua_State* L);
+int math_KubicHarmonicK(lua_State* L);
+int math_KubicHarmonicE(lua_State* L);
+
 // Dot(a, b): the matrix product of two matrices (tables of rows or Matrix_Type
 // userdata) as a table of rows, or sum_i conj(a_i) b_i of two vectors.
 int math_Dot(lua_State* L);
