@@ -36,7 +36,20 @@ check.eq(P[2][1].re, 2, "1 * 2")
 check.eq(P[2][1].im, 0, "1 * 2, imaginary part")
 check.fails("Matrix multiplication requirs the number of columns of the left matrix (2) to be equal to the number of rows (3) of the right", Dot, A, A)
 check.fails("Error while reading matrix. Dimensions of rows not constant. 2 at first row 3 at row 2", Dot, {{1, 2}, {1, 2, 3}}, B)
-check.fails("Error while reading matrix. Row 2 is a number, not a table", Dot, {{1, 2}, 3}, B)
+check.failsWith("table expected, got number", Dot, {{1, 2}, 3}, B)
+check.truthy(getmetatable(C) == MatrixMeta, "the product has the metatable MatrixMeta")
+
+-- A userdata matrix is read in place; Dot gives a table, the transposes a
+-- userdata again.
+local U = Matrix.ToUserdata(A)
+local CU = Dot(U, B)
+check.eq(type(CU), "table", "Dot of a userdata gives a table")
+for i = 1, 3 do for j = 1, 3 do check.eq(CU[i][j], want[i][j], "product element, userdata") end end
+local TU = MatrixTranspose(U)
+check.eq(type(TU), "userdata", "transpose of a userdata is a userdata")
+local TT = Matrix.ToTable(TU)
+for i = 1, 2 do for j = 1, 3 do check.eq(TT[i][j], A[j][i], "transpose element, userdata") end end
+check.eq(Matrix.ToTable(U)[1][2], 2, "the argument is left as it was")
 
 -- An imaginary part within the rounding of its real part counts as real.
 check.eq(type(Dot({{Complex.New(1, 1e-17)}}, {{2}})[1][1]), "number", "nearly real element")
