@@ -6,6 +6,7 @@
 #include "host/complex_lua.h"
 #include "host/global_dispatch.h"
 #include "host/luahost.h"
+#include "host/mathlib.h"
 #include "host/timing.h"
 #include "host/units.h"
 #include "host/verbosity.h"
@@ -21,6 +22,7 @@ void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
 }
 
 void SkeldaRegisterHostLibraries(lua_State* L) {
+    LuaRegisterMathLibrary(L);
     RegisterPhysicalConstants(L);
     RegisterEnergyUnits(L, "eV");
     LuaRegisterComplex(L);
@@ -97,5 +99,7 @@ int luaopen_ssp(lua_State* L) {
         {nullptr, nullptr},
     };
     SkeldaSetGlobalFunctions(L, wavefunctionGlobals);
+    // Last: the functions of math as globals.
+    LuaRegisterMathGlobals(L);
     return 0;
 }
