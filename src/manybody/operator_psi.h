@@ -31,7 +31,8 @@
 // result and the order of summation into an element vary between runs with
 // more than one thread; nothing may depend on them.  The fixed-basis kernels
 // add with atomic double additions and take no lock.  The ConserveBasis
-// kernels end the process when a thread cannot get its scratch determinant.
+// kernels end the process when a thread cannot get its working area (its
+// scratch determinants and staging values).
 //
 // No value is tested: a term of prefactor 0 or an input element of value 0
 // still inserts its determinant.  Only the ladder factor is tested against

@@ -1,7 +1,7 @@
 // Out-of-memory paths of operator application.  A growing kernel whose drain
 // cannot add a storage block prints the chain of messages, frees the result
 // and returns 1; the fixed-basis kernel reports its value blocks and dies
-// when a thread has no scratch determinant; the term masks fall back to the
+// when a thread has no working area; the term masks fall back to the
 // ladder-by-ladder path without a word.
 #include <gtest/gtest.h>
 #include <omp.h>
@@ -213,7 +213,7 @@ TEST(AllocOperatorPsiDeathTest, NoScratchDeterminantEndsTheProcess) {
     OperatorType O = Scale(false);
     WaveFunctionType out;
     ASSERT_EQ(OperatorPsiConserveBasis(O, psi, &out), 0);
-    // The masks, then one scratch determinant per thread.
+    // The masks, then one working area per thread.
     const unsigned long total = CountAllocations([&]() {
         ASSERT_EQ(OperatorPsiConserveBasisPreAllocated(&O, &psi, &out), 0);
     });
