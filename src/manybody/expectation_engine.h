@@ -1,0 +1,161 @@
+// The loops under the expectation kernels: the term loops of
+// operator_psi_engine.h with a sink that, instead of adding a result to a
+// state, looks it up in the bra and adds conj(bra value) * result to a sum.
+//
+// A sink stages its results like the fixed-basis kernels do: a result whose
+// determinant is already staged is merged into that entry, and when 128
+// different determinants are staged they are looked up together, every step
+// of the 128 chain walks touched one round ahead so that the memory
+// latencies overlap.  Internal to the expectation kernels.
+#ifndef SKELDA_MANYBODY_EXPECTATION_ENGINE_H
+#define SKELDA_MANYBODY_EXPECTATION_ENGINE_H
+
+#include <cstdint>
+#include <cstdlib>
+
+#include "manybody/operator.h"
+#include "manybody/operator_psi_engine.h"
+#include "manybody/restriction.h"
+#include "manybody/wavefunction.h"
+
+// A thread's staging area: determinants and two value arrays.
+struct ExpectationWorkType {
+    void* memory;
+    uint8_t* dets;
+    double* re;
+    double* im;
+};
+
+// Null memory when the allocation fails.
+inline ExpectationWorkType ExpectationWorkAlloc(uint32_t nword) {
+    ExpectationWorkType w;
+    const size_t values = 2 * (size_t)WaveFunctionStagingSize * sizeof(double);
+    w.memory = calloc(values + OperatorPsiStageBytes(nword), 1);
+    w.re = static_cast<double*>(w.memory);
+    w.im = w.re + WaveFunctionStagingSize;
+    w.dets = reinterpret_cast<uint8_t*>(w.im + WaveFunctionStagingSize);
+    return w;
+}
+
+// StC: the ket values are complex.  OutC: a result value is complex (complex
+// operator lengths or complex ket).  BraC: the bra is complex.  WantIm: the
+// imaginary part of the sum is formed.
+template <bool StC, bool OutC, bool BraC, bool WantIm>
+struct ExpectationSink {
+    static constexpr bool kStrictCut = true;
+    const WaveFunctionType* bra;
+    uint32_t nword;
+    uint8_t* dets;
+    double* re;
+    double* im;
+    unsigned int n;
+    double a, b;  // the ket value at hand
+    double sumRe, sumIm;
+    OperatorPsiMergeTableType merge;
+
+    void Start(const WaveFunctionType* braState, const ExpectationWorkType& w, uint32_t bytes) {
+        bra = braState;
+        nword = bytes;
+        dets = w.dets;
+        re = w.re;
+        im = w.im;
+        n = 0;
+        a = b = 0.0;
+        sumRe = sumIm = 0.0;
+        OperatorPsiMergeInit(&merge);
+    }
+
+    uint8_t* Scratch() { return dets + (size_t)n * nword; }
+
+    void Found(unsigned int k, uint32_t i) {
+        const double br = WaveFunctionRe(*bra, i);
+        const double ki = OutC ? im[k] : 0.0;
+        if (BraC) {
+            const double bi = WaveFunctionIm(*bra, i);
+            sumRe += br * re[k] + bi * ki;
+            if (WantIm) sumIm += br * ki - bi * re[k];
+        } else {
+            sumRe += br * re[k];
+            if (WantIm && OutC) sumIm += br * ki;
+        }
+    }
+
+    static void Touch(const WaveFunctionType& T, uint32_t i) {
+        __builtin_prefetch(WaveFunctionDet(T, i));
+        __builtin_prefetch(&WaveFunctionRe(T, i));
+        if (BraC) __builtin_prefetch(&WaveFunctionIm(T, i));
+    }
+
+    void Drain() {
+        const WaveFunctionType& T = *bra;
+        uint32_t at[WaveFunctionStagingSize];
+        uint8_t pending[WaveFunctionStagingSize];
+        for (unsigned int k = 0; k < n; k++) {
+            at[k] = OperatorPsiHash(dets + (size_t)k * nword, nword, T.NBitsKey);
+            __builtin_prefetch(T.KeyList + at[k]);
+        }
+        unsigned int left = 0;
+        for (unsigned int k = 0; k < n; k++) {
+            const uint32_t i = T.KeyList[at[k]];
+            if (i == 0) continue;
+            at[k] = i;
+            pending[left++] = (uint8_t)k;
+            Touch(T, i);
+        }
+        while (left > 0) {
+            unsigned int still = 0;
+            for (unsigned int p = 0; p < left; p++) {
+                const unsigned int k = pending[p];
+                const uint32_t i = at[k];
+                if (DetEqual(WaveFunctionDet(T, i), dets + (size_t)k * nword, nword)) {
+                    Found(k, i);
+                    continue;
+                }
+                const uint32_t next = WaveFunctionNext(T, i);
+                if (next == 0) continue;  // not in the bra
+                at[k] = next;
+                pending[still++] = (uint8_t)k;
+                Touch(T, next);
+            }
+            left = still;
+        }
+        n = 0;
+        OperatorPsiMergeClear(&merge);
+    }
+
+    template <bool OpC, bool ExactKey>
+    bool Accept(double f, double vr, double vi, uint64_t key) {
+        double r, i = 0.0;
+        OperatorPsiTermValue<OpC, StC, OutC>(a, b, vr, vi, f, r, i);
+        const unsigned int k = OperatorPsiMergePlace<ExactKey>(&merge, key, dets, nword, n);
+        if (k != n) {
+            re[k] += r;
+            if (OutC) im[k] += i;
+            return true;
+        }
+        re[n] = r;
+        if (OutC) im[n] = i;
+        if (++n == WaveFunctionStagingSize) Drain();
+        return true;
+    }
+};
+
+// <bra| O |ket> (P_R O when R is not null) for the kind given, which must
+// match the ket; the bra is read as real or complex by its own QComplex.
+// With wantIm false only the real part is formed and *im (if not null) is
+// set to 0.  Checks that the operator's modes fit the ket's determinants and
+// that bra and ket have determinants of one size; messages name `who`.
+int ExpectationBraKet(OperatorPsiKindType kind, const OperatorType& O, const WaveFunctionType& bra,
+                      const WaveFunctionType& ket, const DeterminantRestrictionType* R, bool wantIm, double* re,
+                      double* im, const char* who);
+
+// The kind of O (0 real, 1 complex, 2 mixed, from its lengths) with the kind
+// of psi, and O's own restriction or null.
+inline OperatorPsiKindType ExpectationKind(const OperatorType& O, const WaveFunctionType& psi) {
+    return OperatorPsiChooseKind(OperatorPsiKind(O), psi.QComplex != 0);
+}
+inline const DeterminantRestrictionType* ExpectationOwnRestriction(const OperatorType& O) {
+    return O.Restrictions.NRestriction > 0 ? &O.Restrictions : nullptr;
+}
+
+#endif
