@@ -6,6 +6,7 @@
 #include "host/timing.h"
 #include "host/units.h"
 #include "host/verbosity.h"
+#include "manybody/operator_lua.h"
 #include "manybody/wavefunction_lua.h"
 
 void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
@@ -50,6 +51,7 @@ void RegisterTimingGlobals(lua_State* L) {
 // types, Ulmen, Rondo, Tessel, the global functions, then the math names as
 // globals.  A later registration of a name overwrites an earlier one.
 int luaopen_ssp(lua_State* L) {
+    LuaRegisterOperatorType(L);
     LuaRegisterWavefunctionType(L);
     // The global functions.
     RegisterTimingGlobals(L);
@@ -58,5 +60,12 @@ int luaopen_ssp(lua_State* L) {
         {nullptr, nullptr},
     };
     SkeldaSetGlobalFunctions(L, wavefunctionGlobals);
+    static const luaL_Reg operatorGlobals[] = {
+        {"NewOperator", LuaNewOperator},
+        {"OperatorSetTrace", LuaOperatorSetTrace},
+        {"OperatorToMatrix", LuaOperatorToMatrix},
+        {nullptr, nullptr},
+    };
+    SkeldaSetGlobalFunctions(L, operatorGlobals);
     return 0;
 }

@@ -1,0 +1,159 @@
+// The globals OperatorSetTrace and OperatorToMatrix.
+#include <cstdlib>
+
+#include "host/complex_lua.h"
+#include "host/options.h"
+#include "manybody/operator_algebra.h"
+#include "manybody/operator_lua.h"
+#include "manybody/operator_lua_internal.h"
+#include "manybody/wavefunction.h"
+#include "numeric/compactmatrix.h"
+
+namespace {
+
+const char* const WavefunctionTypeName = "Wavefunction_Type";
+const char* const MatrixTypeName = "Matrix_Type";
+const char* const MatrixMetaName = "MatrixMeta";
+
+// Owns a matrix while script errors may still happen.
+struct CompactMatrixHolder {
+    CompactMatrixType M;
+    bool owned = false;
+    CompactMatrixHolder() = default;
+    CompactMatrixHolder(const CompactMatrixHolder&) = delete;
+    CompactMatrixHolder& operator=(const CompactMatrixHolder&) = delete;
+    ~CompactMatrixHolder() {
+        if (owned) FreeCompactMatrix(&M);
+    }
+};
+
+// The table form of a matrix: rows of numbers, or of Complex objects for a
+// complex matrix, the outer table with the metatable MatrixMeta when that
+// global exists.
+void PushMatrixTable(lua_State* L, const CompactMatrixType& M) {
+    lua_createtable(L, (int)M.Ni, 0);
+    for (uint32_t i = 0; i < M.Ni; i++) {
+        lua_createtable(L, (int)M.Nj, 0);
+        for (uint32_t j = 0; j < M.Nj; j++) {
+            const Complex16 v = CompactMatrixElement(M, i, j);
+            if (M.QComplex) {
+                LuaPushComplex16(L, v);
+            } else {
+                lua_pushnumber(L, v.re);
+            }
+            lua_rawseti(L, -2, (int)j + 1);
+        }
+        lua_rawseti(L, -2, (int)i + 1);
+    }
+    lua_getglobal(L, MatrixMetaName);
+    if (lua_istable(L, -1)) {
+        lua_setmetatable(L, -2);
+    } else {
+        lua_pop(L, 1);
+    }
+}
+
+// Rows and columns of a one-particle density matrix at idx (a table of row
+// tables or a Matrix_Type userdata); false for anything else.
+bool DensityMatrixShape(lua_State* L, int idx, uint32_t* Ni, uint32_t* Nj) {
+    if (void* ud = luaL_testudata(L, idx, MatrixTypeName)) {
+        const CompactMatrixType* M = static_cast<const CompactMatrixType*>(ud);
+        *Ni = M->Ni;
+        *Nj = M->Nj;
+        return true;
+    }
+    if (!lua_istable(L, idx)) return false;
+    lua_rawgeti(L, idx, 1);
+    const bool rows = lua_istable(L, -1);
+    *Ni = (uint32_t)lua_rawlen(L, idx);
+    *Nj = rows ? (uint32_t)lua_rawlen(L, -1) : 0;
+    lua_pop(L, 1);
+    return rows;
+}
+
+int ToMatrixOverBasis(lua_State* L, const OperatorType& O, const WaveFunctionType& psi) {
+    if (psi.NFermion != O.NF || psi.NBoson != O.NB)
+        return luaL_error(L, "Error in OperatorToMatrix, the operator has %d fermions and %d bosons but the "
+                             "wavefunction %d and %d\n",
+                          (int)O.NF, (int)O.NB, (int)psi.NFermion, (int)psi.NBoson);
+    CompactMatrixHolder h;
+    oplua::RetryAfterCollect(L, [&]() { return OperatorToDeterminantMatrix(O, psi, &h.M); },
+                             "Error in OperatorToMatrix, out of memory\n");
+    h.owned = true;
+    PushMatrixTable(L, h.M);
+    return 1;
+}
+
+int ToOneParticleMatrix(lua_State* L, const OperatorType& O, uint32_t Ni, uint32_t Nj) {
+    if (Ni != O.NF || Nj != O.NF)
+        return luaL_error(L, "Error in OperatorToMatrix, the density matrix is %d x %d but the operator has %d "
+                             "fermions\n",
+                          (int)Ni, (int)Nj, (int)O.NF);
+    CompactMatrixHolder h;
+    oplua::RetryAfterCollect(L, [&]() { return OperatorCrAnLength2ToOneElectronCompactMatrix(O, &h.M); },
+                             "Error in OperatorToMatrix, out of memory\n");
+    h.owned = true;
+    PushMatrixTable(L, h.M);
+    return 1;
+}
+
+// Elements between the functions of a list; needs the operator-application
+// kernel.
+int ToMatrixOverList(lua_State* L) {
+    return luaL_error(L, "Error in OperatorToMatrix, the matrix between a list of functions needs the "
+                         "operator-application kernel, which is not part of this build\n");
+}
+
+}  // namespace
+
+int LuaOperatorSetTrace(lua_State* L) {
+    const int nargs = lua_gettop(L);
+    if (nargs != 3)
+        return luaL_error(L, "OperatorSetTrace called with %d arguments, 3 expected: an operator, a list of modes "
+                             "and the value of the trace\n",
+                          nargs);
+    OperatorType* O = luaL_checkOperator(L, 1);
+    luaL_checktype(L, 2, LUA_TTABLE);
+    Complex16 value{0.0, 0.0};
+    if (!LuaToComplex16(L, 3, &value)) {
+        const char* message = lua_pushfstring(L, "%s expected, got %s", COMPLEX_TYPE_NAME, luaL_typename(L, 3));
+        return luaL_argerror(L, 3, message);
+    }
+    unsigned int n = 0;
+    uint16_t* modes = luaL_checkarray_unit16_t(L, 2, &n);
+    for (unsigned int i = 0; i < n; i++) {
+        if (modes[i] >= O->NF + O->NB) {
+            const int mode = modes[i];
+            free(modes);
+            return luaL_error(L, "Error in OperatorSetTrace, mode %d is not one of the %d modes of the operator\n",
+                              mode, (int)(O->NF + O->NB));
+        }
+    }
+    const int status = ComplexOperatorAddTrace(O, modes, n, value.re, value.im);
+    free(modes);
+    if (status != 0) return luaL_error(L, "Error in OperatorSetTrace, out of memory\n");
+    lua_settop(L, 1);
+    return 1;
+}
+
+int LuaOperatorToMatrix(lua_State* L) {
+    const int nargs = lua_gettop(L);
+    OperatorType* O = luaL_checkOperator(L, 1);
+    if (nargs != 2)
+        return luaL_error(L, "OperatorToMatrix called with %d arguments, 2 expected: an operator and a "
+                             "wavefunction, a list of wavefunctions or a density matrix\n",
+                          nargs);
+    if (void* psi = luaL_testudata(L, 2, WavefunctionTypeName))
+        return ToMatrixOverBasis(L, *O, *static_cast<WaveFunctionType*>(psi));
+    uint32_t Ni = 0, Nj = 0;
+    if (DensityMatrixShape(L, 2, &Ni, &Nj)) return ToOneParticleMatrix(L, *O, Ni, Nj);
+    if (lua_istable(L, 2)) {
+        if (lua_rawlen(L, 2) == 0) return luaL_error(L, "Table of length 0 found at position 2 in OperatorToMatrix\n");
+        lua_rawgeti(L, 2, 1);
+        const bool list = luaL_testudata(L, -1, WavefunctionTypeName) != nullptr;
+        lua_pop(L, 1);
+        if (list) return ToMatrixOverList(L);
+    }
+    return luaL_error(L, "Error in OperatorToMatrix, expected an Wavefunction, List of functions, or DensityMatrix "
+                         "on position two\n");
+}
