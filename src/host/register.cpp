@@ -1,6 +1,7 @@
 // Registration of everything the system adds to the interpreter.
 #include "host/register.h"
 
+#include "atomic/orbitals_lua.h"
 #include "host/complex_lua.h"
 #include "host/luahost.h"
 #include "host/timing.h"
@@ -8,6 +9,7 @@
 #include "host/verbosity.h"
 #include "manybody/operator_lua.h"
 #include "manybody/wavefunction_lua.h"
+#include "numeric/interpolatingfunction_lua.h"
 
 void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
     for (; list->name != nullptr; list++) {
@@ -41,6 +43,19 @@ void RegisterTimingGlobals(lua_State* L) {
     SkeldaSetGlobalFunctions(L, functions);
 }
 
+// Orbital names and index tables of atomic shells.
+void RegisterAtomicGlobals(lua_State* L) {
+    static const luaL_Reg functions[] = {
+        {"CreateAtomicIndicesDict", LuaCreateAtomicIndicesDict},
+        {"CreateAtomicIndicesList", LuaCreateAtomicIndicesList},
+        {"NonRelToRelOrbitals", LuaNonRelToRelOrbitals},
+        {"OrbToMultiplicity", LuaOrbToMultiplicity},
+        {"RelToNonRelOrbitals", LuaRelToNonRelOrbitals},
+        {nullptr, nullptr},
+    };
+    SkeldaSetGlobalFunctions(L, functions);
+}
+
 }  // namespace
 
 // Object types, library tables and global functions of the many-body system.
@@ -53,8 +68,10 @@ void RegisterTimingGlobals(lua_State* L) {
 int luaopen_ssp(lua_State* L) {
     LuaRegisterOperatorType(L);
     LuaRegisterWavefunctionType(L);
+    LuaRegisterInterpolatingFunctionType(L);
     // The global functions.
     RegisterTimingGlobals(L);
+    RegisterAtomicGlobals(L);
     static const luaL_Reg wavefunctionGlobals[] = {
         {"NewWavefunction", LuaNewWaveFunction},
         {nullptr, nullptr},
