@@ -83,6 +83,16 @@ int LuaOperatorSetTrace(lua_State* L);
 // the expectation value.  The result has the table form of matrices.
 int LuaOperatorToMatrix(lua_State* L);
 
+// Arms of the global calls Copy (and Clone), Conjugate, Transpose,
+// ConjugateTranspose and Chop(O, eps) for an operator at index 1: each pushes
+// a new operator and leaves its argument as it was.  Chop sets every real and
+// imaginary part below eps in magnitude to 0 and drops the terms that became 0.
+int LuaOperatorCopyArm(lua_State* L);
+int LuaOperatorConjugateArm(lua_State* L);
+int LuaOperatorTransposeArm(lua_State* L);
+int LuaOperatorConjugateTransposeArm(lua_State* L);
+int LuaOperatorChopArm(lua_State* L);
+
 // Makes the metatable Operator_Type and the operand rows of operators in the
 // arithmetic of complex numbers.
 void LuaRegisterOperatorType(lua_State* L);
