@@ -3,13 +3,16 @@
 
 #include "atomic/orbitals_lua.h"
 #include "host/complex_lua.h"
+#include "host/global_dispatch.h"
 #include "host/luahost.h"
+#include "host/mathlib.h"
 #include "host/timing.h"
 #include "host/units.h"
 #include "host/verbosity.h"
 #include "manybody/operator_lua.h"
 #include "manybody/wavefunction_lua.h"
 #include "numeric/interpolatingfunction_lua.h"
+#include "numeric/matrix_lua.h"
 
 void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
     for (; list->name != nullptr; list++) {
@@ -19,6 +22,7 @@ void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
 }
 
 void SkeldaRegisterHostLibraries(lua_State* L) {
+    LuaRegisterMathLibrary(L);
     RegisterPhysicalConstants(L);
     RegisterEnergyUnits(L, "eV");
     LuaRegisterComplex(L);
@@ -69,7 +73,22 @@ int luaopen_ssp(lua_State* L) {
     LuaRegisterOperatorType(L);
     LuaRegisterWavefunctionType(L);
     LuaRegisterInterpolatingFunctionType(L);
+    // Matrix_Type, Matrix and MatrixMeta: after the response-function globals.
+    LuaRegisterMatrixType(L);
     // The global functions.
+    // The calls that act on several kinds (see host/global_dispatch.h).
+    static const luaL_Reg dispatchedGlobals[] = {
+        {"Chop", LuaChop},
+        {"Clone", Luacopy},
+        {"Conjugate", Luaconjugate},
+        {"ConjugateTranspose", Luaconjugatetranspose},
+        {"Copy", Luacopy},
+        {"Eigensystem", LuaEigensystem},
+        {"Inverse", LuaInverse},
+        {"Transpose", Luatranspose},
+        {nullptr, nullptr},
+    };
+    SkeldaSetGlobalFunctions(L, dispatchedGlobals);
     RegisterTimingGlobals(L);
     RegisterAtomicGlobals(L);
     static const luaL_Reg wavefunctionGlobals[] = {
@@ -84,5 +103,7 @@ int luaopen_ssp(lua_State* L) {
         {nullptr, nullptr},
     };
     SkeldaSetGlobalFunctions(L, operatorGlobals);
+    // Last: the functions of math as globals.
+    LuaRegisterMathGlobals(L);
     return 0;
 }
