@@ -85,6 +85,7 @@ int luaopen_ssp(lua_State* L) {
         {"Copy", Luacopy},
         {"Eigensystem", LuaEigensystem},
         {"Inverse", LuaInverse},
+        {"Rotate", Luarotate},
         {"Transpose", Luatranspose},
         {nullptr, nullptr},
     };

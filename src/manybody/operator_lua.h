@@ -92,6 +92,11 @@ int LuaOperatorConjugateArm(lua_State* L);
 int LuaOperatorTransposeArm(lua_State* L);
 int LuaOperatorConjugateTransposeArm(lua_State* L);
 int LuaOperatorChopArm(lua_State* L);
+// Rotate(O, U): O written in the orbitals of the rows of the square matrix U
+// (table or userdata), new_r = sum_i U[r][i] old_i, so that a one-particle
+// matrix h becomes conj(U) h U^T.  U has at most NF + NB rows (the modes
+// beyond stay as they are) and does not mix fermions with bosons.
+int LuaOperatorRotateArm(lua_State* L);
 
 // Makes the metatable Operator_Type and the operand rows of operators in the
 // arithmetic of complex numbers.

@@ -8,12 +8,11 @@
 #include "manybody/operator_lua_internal.h"
 #include "manybody/wavefunction.h"
 #include "numeric/compactmatrix.h"
+#include "numeric/matrix_lua.h"
 
 namespace {
 
 const char* const WavefunctionTypeName = "Wavefunction_Type";
-const char* const MatrixTypeName = "Matrix_Type";
-const char* const MatrixMetaName = "MatrixMeta";
 
 // Owns a matrix while script errors may still happen.
 struct CompactMatrixHolder {
@@ -27,37 +26,10 @@ struct CompactMatrixHolder {
     }
 };
 
-// The table form of a matrix: rows of numbers, or of Complex objects for a
-// complex matrix, the outer table with the metatable MatrixMeta when that
-// global exists.
-void PushMatrixTable(lua_State* L, const CompactMatrixType& M) {
-    lua_createtable(L, (int)M.Ni, 0);
-    for (uint32_t i = 0; i < M.Ni; i++) {
-        lua_createtable(L, (int)M.Nj, 0);
-        for (uint32_t j = 0; j < M.Nj; j++) {
-            const Complex16 v = CompactMatrixElement(M, i, j);
-            if (M.QComplex) {
-                LuaPushComplex16(L, v);
-            } else {
-                lua_pushnumber(L, v.re);
-            }
-            lua_rawseti(L, -2, (int)j + 1);
-        }
-        lua_rawseti(L, -2, (int)i + 1);
-    }
-    lua_getglobal(L, MatrixMetaName);
-    if (lua_istable(L, -1)) {
-        lua_setmetatable(L, -2);
-    } else {
-        lua_pop(L, 1);
-    }
-}
-
 // Rows and columns of a one-particle density matrix at idx (a table of row
 // tables or a Matrix_Type userdata); false for anything else.
 bool DensityMatrixShape(lua_State* L, int idx, uint32_t* Ni, uint32_t* Nj) {
-    if (void* ud = luaL_testudata(L, idx, MatrixTypeName)) {
-        const CompactMatrixType* M = static_cast<const CompactMatrixType*>(ud);
+    if (const CompactMatrixType* M = luaL_testMatrixUserdata(L, idx)) {
         *Ni = M->Ni;
         *Nj = M->Nj;
         return true;
@@ -80,10 +52,12 @@ int ToMatrixOverBasis(lua_State* L, const OperatorType& O, const WaveFunctionTyp
     oplua::RetryAfterCollect(L, [&]() { return OperatorToDeterminantMatrix(O, psi, &h.M); },
                              "Error in OperatorToMatrix, out of memory\n");
     h.owned = true;
-    PushMatrixTable(L, h.M);
+    LuaPushTable_CompactMatrixType(L, h.M);
     return 1;
 }
 
+// The density matrix at index 2 is a table or a userdata; the result takes
+// the same form.
 int ToOneParticleMatrix(lua_State* L, const OperatorType& O, uint32_t Ni, uint32_t Nj) {
     if (Ni != O.NF || Nj != O.NF)
         return luaL_error(L, "Error in OperatorToMatrix, the density matrix is %d x %d but the operator has %d "
@@ -93,7 +67,11 @@ int ToOneParticleMatrix(lua_State* L, const OperatorType& O, uint32_t Ni, uint32
     oplua::RetryAfterCollect(L, [&]() { return OperatorCrAnLength2ToOneElectronCompactMatrix(O, &h.M); },
                              "Error in OperatorToMatrix, out of memory\n");
     h.owned = true;
-    PushMatrixTable(L, h.M);
+    if (luaL_testMatrixUserdata(L, 2) != nullptr) {
+        LuaPushUserdata_CompactMatrixType(L, &h.M);
+    } else {
+        LuaPushTable_CompactMatrixType(L, h.M);
+    }
     return 1;
 }
 

@@ -178,6 +178,60 @@ check.eq(small.N[2], 1, "Chop through a saved method")
 check.eq(A.N[2], 3, "the first operator is left alone")
 
 ------------------------------------------------------------------------------
+-- The global calls give new operators and leave their argument alone.
+local C = Copy(A)
+C.Chop(10)
+check.eq(C.N[2], 0, "the copy chopped")
+same(mat(A), RA, "A after chopping its copy")
+same(mat(Clone(A)), RA, "Clone")
+same(mat(Conjugate(A)), adjoint(adjoint(RA, true), false), "Conjugate(A)")
+same(mat(Transpose(A)), adjoint(RA, false), "Transpose(A)")
+same(mat(ConjugateTranspose(A)), adjoint(RA, true), "ConjugateTranspose(A)")
+local tiny = NewOperator(NF, 0, {{0, -1, 1 + 1e-13 * I}, {1, -1, 1e-13}, {2, -2, 1}})
+local chopped = Chop(tiny)
+check.eq(chopped.N[2], 2, "Chop drops the small term")
+check.truthy(not chopped.Complex, "Chop drops the small imaginary part")
+check.eq(tiny.N[2], 3, "Chop leaves its argument")
+
+-- Rotate(O, U): the rows of U are the new orbitals, new_r = sum_i U[r][i]
+-- old_i, so a one-particle matrix h becomes conj(U) h U^T; modes beyond the
+-- rows of U stay.
+local c, s, ph = math.cos(0.3), math.sin(0.3), Complex.Exp(0.7 * I)
+local U = {{c, s}, {-s * ph, c * ph}}
+local h = NewOperator(NF, 0, {{0, -0, 1}, {1, -1, -2}, {0, -1, 0.5 * I}, {1, -0, -0.5 * I}, {2, -0, 0.25}})
+local zero = {{0, 0, 0}, {0, 0, 0}, {0, 0, 0}}
+local h1 = OperatorToMatrix(h, zero)
+local U3 = {{U[1][1], U[1][2], 0}, {U[2][1], U[2][2], 0}, {0, 0, 1}}
+local want = {}
+for r = 1, 3 do
+  want[r] = {}
+  for q = 1, 3 do
+    local v = 0
+    for i = 1, 3 do
+      for j = 1, 3 do
+        local cu = re(U3[r][i]) - im(U3[r][i]) * I
+        v = v + cu * h1[i][j] * U3[q][j]
+      end
+    end
+    want[r][q] = v
+  end
+end
+local got = OperatorToMatrix(Rotate(h, U), zero)
+for r = 1, 3 do
+  for q = 1, 3 do
+    local d = got[r][q] - want[r][q]
+    check.near(math.abs(re(d)) + math.abs(im(d)), 0, 1e-14, "rotated one-particle element " .. r .. q)
+  end
+end
+-- Exchanging modes 0 and 2 takes C2 C1 A1 A0 to C0 C1 A1 A2.
+local swap = {{0, 0, 1}, {0, 1, 0}, {1, 0, 0}}
+same(mat(Rotate(NewOperator(NF, 0, {{2, 1, -1, -0, 1}}), swap)), reference({{0, 1, -1, -2, 1}}), "mode exchange")
+-- The one-particle form of OperatorToMatrix follows the form of its density
+-- matrix argument.
+local hu = OperatorToMatrix(h, Matrix.ToUserdata(zero))
+check.eq(Matrix.ToTable(hu)[1][2], h1[1][2], "userdata density matrix")
+
+------------------------------------------------------------------------------
 -- Fields.
 check.eq(A.NF, NF, "NF")
 check.eq(A.NB, 0, "NB")
@@ -278,5 +332,8 @@ check.fails("Error, operator devided by an object of unrecognized type\n", funct
 check.fails("Error: complex number divided by operator\n", function() return I / A end)
 check.fails("Error: complex number to the power operator\n", function() return I ^ A end)
 check.fails("Table of length 0 found at position 2 in OperatorToMatrix\n", OperatorToMatrix, A, {})
+check.fails("Error: Rotate an object of unrecognised type\n", Rotate, "x", {{1}})
+check.fails("Error in Rotate, the basis change has 4 rows but the operator only 3 modes\n", Rotate, A,
+  {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}})
 check.fails("Error in OperatorToMatrix, expected an Wavefunction, List of functions, or DensityMatrix on "
   .. "position two\n", OperatorToMatrix, A, 5)
