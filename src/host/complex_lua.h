@@ -42,7 +42,7 @@ Complex16* luaL_testComplex16(lua_State* L, int idx);
 Complex16 luaL_checkComplex16(lua_State* L, int idx);
 
 // Reads a number, a numeric string or a Complex_Type object at idx into *z
-// (numbers get imaginary part 0.0).  Returns 1 on success, 0 for any other
+// (a number gets a zero imaginary part).  Returns 1 on success, 0 for any other
 // value, leaving *z untouched; never raises.
 int LuaToComplex16(lua_State* L, int idx, Complex16* z);
 

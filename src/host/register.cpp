@@ -1,6 +1,7 @@
 // Registration of everything the system adds to the interpreter.
 #include "host/register.h"
 
+#include "atomic/orbitals_lua.h"
 #include "host/complex_lua.h"
 #include "host/luahost.h"
 #include "host/timing.h"
@@ -40,6 +41,19 @@ void RegisterTimingGlobals(lua_State* L) {
     SkeldaSetGlobalFunctions(L, functions);
 }
 
+// Orbital names and index tables of atomic shells.
+void RegisterAtomicGlobals(lua_State* L) {
+    static const luaL_Reg functions[] = {
+        {"CreateAtomicIndicesDict", LuaCreateAtomicIndicesDict},
+        {"CreateAtomicIndicesList", LuaCreateAtomicIndicesList},
+        {"NonRelToRelOrbitals", LuaNonRelToRelOrbitals},
+        {"OrbToMultiplicity", LuaOrbToMultiplicity},
+        {"RelToNonRelOrbitals", LuaRelToNonRelOrbitals},
+        {nullptr, nullptr},
+    };
+    SkeldaSetGlobalFunctions(L, functions);
+}
+
 }  // namespace
 
 // Object types, library tables and global functions of the many-body system.
@@ -53,6 +67,7 @@ int luaopen_ssp(lua_State* L) {
     LuaRegisterWavefunctionType(L);
     // The global functions.
     RegisterTimingGlobals(L);
+    RegisterAtomicGlobals(L);
     static const luaL_Reg wavefunctionGlobals[] = {
         {"NewWavefunction", LuaNewWaveFunction},
         {nullptr, nullptr},
