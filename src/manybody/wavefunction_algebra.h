@@ -112,13 +112,15 @@ int ComplexBlockWaveFunctionAddMultipliedUnionBasis(WaveFunctionType* a, unsigne
                                                     const double* xim);
 
 // a := a + T(b), where T is the change of one-particle basis given by the
-// rows of U: new mode k is sum_i U[k][i] (old mode i), so an old creator is
-// c+_i = sum_k conj(U[k][i]) c'+_k for a unitary U, and the prefactor of a
-// new determinant is the minor of those coefficients.  b has U.Nj fermion
-// modes and a has U.Ni; boson occupations are carried over unchanged (both
-// need the same number of bosons).  The target grows as needed (serial
-// adds).  The letters say target, matrix, source: real or complex.  The
-// general form promotes a real target when U or b is complex.
+// rows of U: new mode r is sum_i U[r][i] (old mode i), so that the creator
+// of old mode i becomes sum_r conj(U[r][i]) c+_r, the convention of
+// RotateOperator, and a one-particle state's coefficients become conj(U)
+// times the old ones.  U is square with at most NFermion rows; fermion modes
+// from its size on and bosons stay as they are, and a and b have the same
+// numbers of modes.  The prefactor of a new determinant is the minor of the
+// coefficients with the sign of the ladder order.  The target grows as
+// needed (serial adds).  The letters say target, matrix, source: real or
+// complex.  The general form promotes a real target when U or b is complex.
 int MappedWaveFunctionAdd(WaveFunctionType* a, WaveFunctionType b, MatrixType U);
 int MappedWaveFunctionAddRRR(WaveFunctionType* a, WaveFunctionType b, MatrixType U);
 int MappedWaveFunctionAddCRC(WaveFunctionType* a, WaveFunctionType b, MatrixType U);
