@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "manybody/hash.h"
 #include "manybody/wavefunction_algebra.h"
 #include "numeric/matrix.h"
 
@@ -67,6 +68,14 @@ struct Columns {
     }
 };
 
+// Empties a scratch state in time proportional to its elements: only the
+// buckets in use are cleared, and its blocks stay for the next use (so its
+// NBlok may exceed what N needs; the scratch states are private).
+void ClearScratch(WaveFunctionType* psi) {
+    for (uint32_t e = 1; e <= psi->N; e++) psi->KeyList[hash(WaveFunctionDet(*psi, e), psi->NWord, psi->NBitsKey)] = 0;
+    psi->N = 0;
+}
+
 template <bool C>
 int AddTo(WaveFunctionType* psi, const uint8_t* det, Complex16 v) {
     return C ? ComplexWaveFunctionAddElement(psi, det, v.re, v.im) : RealWaveFunctionAddElement(psi, det, v.re);
@@ -112,7 +121,7 @@ int MappedAdd(WaveFunctionType* a, const WaveFunctionType& b, const MatrixType& 
         W[made].QComplex = C ? 1 : 0;
         W[made].NFermion = b.NFermion;
         W[made].NBoson = b.NBoson;
-        W[made].NBitsKey = n < 6 ? 6 : (n > 16 ? 16 : n);
+        W[made].NBitsKey = 12;
         if (WaveFunctionInit(&W[made])) break;
     }
     auto finish = [&](int rc) {
@@ -138,7 +147,7 @@ int MappedAdd(WaveFunctionType* a, const WaveFunctionType& b, const MatrixType& 
             det[m >> 3] &= (uint8_t)~(0x80u >> (m & 7));
         }
         int cur = 0;
-        WaveFunctionReset(&W[cur]);
+        ClearScratch(&W[cur]);
         if (AddTo<C>(&W[cur], det, v)) {
             ReportIn(addName, fn);
             return finish(1);
@@ -146,7 +155,7 @@ int MappedAdd(WaveFunctionType* a, const WaveFunctionType& b, const MatrixType& 
         for (unsigned int k = nocc; k-- > 0;) {
             WaveFunctionType& from = W[cur];
             WaveFunctionType& to = W[1 - cur];
-            WaveFunctionReset(&to);
+            ClearScratch(&to);
             const unsigned int i = modes[k];
             const unsigned int* rows = cols.row + (size_t)i * n;
             const Complex16* coef = cols.coef + (size_t)i * n;
