@@ -10,6 +10,7 @@
 #include "host/luahost.h"
 #include "manybody/operator_lua.h"
 #include "numeric/matrix_lua.h"
+#include "response/responsefunction.h"
 
 namespace {
 
@@ -216,6 +217,7 @@ const LuaDispatchArm kInverseArms[] = {
 // Eigensystem(M).  The response functions (their userdata, and tables with
 // their metatable or a field "type") go ahead of the plain table row.
 const LuaDispatchArm kEigensystemDenseArms[] = {
+    {lua_isResponsefunction, LuaResponseFunctionEigensystem},
     {LuaKindMatrixUserdata, LuaMatrixEigensystem},
     {LuaKindTable, LuaMatrixEigensystem},
 };

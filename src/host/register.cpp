@@ -1,6 +1,7 @@
 // Registration of everything the system adds to the interpreter.
 #include "host/register.h"
 
+#include "atomic/basis_lua.h"
 #include "atomic/orbitals_lua.h"
 #include "host/complex_lua.h"
 #include "host/global_dispatch.h"
@@ -13,6 +14,7 @@
 #include "manybody/wavefunction_lua.h"
 #include "numeric/interpolatingfunction_lua.h"
 #include "numeric/matrix_lua.h"
+#include "response/responsefunction.h"
 
 void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
     for (; list->name != nullptr; list++) {
@@ -47,14 +49,18 @@ void RegisterTimingGlobals(lua_State* L) {
     SkeldaSetGlobalFunctions(L, functions);
 }
 
-// Orbital names and index tables of atomic shells.
+// Orbital names, index tables and basis changes of atomic shells.
 void RegisterAtomicGlobals(lua_State* L) {
     static const luaL_Reg functions[] = {
         {"CreateAtomicIndicesDict", LuaCreateAtomicIndicesDict},
         {"CreateAtomicIndicesList", LuaCreateAtomicIndicesList},
         {"NonRelToRelOrbitals", LuaNonRelToRelOrbitals},
         {"OrbToMultiplicity", LuaOrbToMultiplicity},
+        {"OrbitalRotationMatrix", LuaOrbitalRotationMatrix},
         {"RelToNonRelOrbitals", LuaRelToNonRelOrbitals},
+        {"YtoKMatrix", LuaYtoKMatrix},
+        {"YtoZMatrix", LuaYtoZMatrix},
+        {"YtojjzMatrix", LuaYtojjzMatrix},
         {nullptr, nullptr},
     };
     SkeldaSetGlobalFunctions(L, functions);
@@ -73,6 +79,17 @@ int luaopen_ssp(lua_State* L) {
     LuaRegisterOperatorType(L);
     LuaRegisterWavefunctionType(L);
     LuaRegisterInterpolatingFunctionType(L);
+    LuaRegisterResponseFunctionType(L);
+    static const luaL_Reg responseFunctionGlobals[] = {
+        {"ChangeType", LuaChangeTypeResponseFunction},
+        {"ReducePoles", LuaReducePolesResponseFunction},
+        {"PlaceOnMesh", LuaPlaceOnMeshResponseFunction},
+        {"ToTable", LuaResponseFunctionToTable},
+        {"ToUserdata", LuaResponseFunctionToUserdata},
+        {"ToTightBinding", LuaResponseFunctionToTightBinding},
+        {nullptr, nullptr},
+    };
+    SkeldaSetGlobalFunctions(L, responseFunctionGlobals);
     // Matrix_Type, Matrix and MatrixMeta: after the response-function globals.
     LuaRegisterMatrixType(L);
     // The global functions.
