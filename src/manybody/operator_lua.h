@@ -12,7 +12,9 @@
 // Arithmetic.  O1 + O2, O1 - O2 and O1 * O2 of operators on the same modes;
 // a number or a Complex added to (or subtracted from) an operator changes its
 // constant term; numbers and Complex values scale an operator from either
-// side and divide it from the right; -O.  Every result is a new operator in
+// side and divide it from the right; -O.  O * psi applies O to a wave
+// function; psi * O (when the wave function leaves the product to the
+// operator) gives the ket O^dagger psi.  Every operator result is new and in
 // normal order (fermion creators, fermion annihilators, boson creators, boson
 // annihilators, modes falling from left to right within each class).
 //

@@ -1,12 +1,16 @@
 // The globals OperatorSetTrace and OperatorToMatrix.
+#include <cstdio>
 #include <cstdlib>
+#include <vector>
 
 #include "host/complex_lua.h"
 #include "host/options.h"
 #include "manybody/operator_algebra.h"
 #include "manybody/operator_lua.h"
 #include "manybody/operator_lua_internal.h"
+#include "manybody/operator_psi.h"
 #include "manybody/wavefunction.h"
+#include "manybody/wavefunction_algebra.h"
 #include "numeric/compactmatrix.h"
 #include "numeric/matrix_lua.h"
 
@@ -75,11 +79,60 @@ int ToOneParticleMatrix(lua_State* L, const OperatorType& O, uint32_t Ni, uint32
     return 1;
 }
 
-// Elements between the functions of a list; needs the operator-application
-// kernel.
-int ToMatrixOverList(lua_State* L) {
-    return luaL_error(L, "Error in OperatorToMatrix, the matrix between a list of functions needs the "
-                         "operator-application kernel, which is not part of this build\n");
+// The matrix of elements <psi_i| O |psi_j> of the functions in a list: O
+// applied to each function in turn, then its inner products with all of
+// them.  Returns 0, or 1 after printing what failed (M is then freed).
+int ListMatrix(const OperatorType& O, const std::vector<const WaveFunctionType*>& psi, CompactMatrixType* M) {
+    const uint32_t n = (uint32_t)psi.size();
+    bool complex = O.QComplex != 0;
+    for (const WaveFunctionType* p : psi) complex = complex || p->QComplex != 0;
+    M->Ni = n;
+    M->Nj = n;
+    M->QComplex = complex ? 1 : 0;
+    if (InitCompactMatrix(M) != 0) return 1;
+    for (uint32_t j = 0; j < n; j++) {
+        WaveFunctionType Opsi;
+        if (OperatorPsi(O, *psi[j], &Opsi) != 0) {
+            printf("OperatorPsi failed in PsiPrimeOperatorPsiMatrix at level j=%5i\n", (int)j);
+            FreeCompactMatrix(M);
+            return 1;
+        }
+        for (uint32_t i = 0; i < n; i++) {
+            double re = 0.0, im = 0.0;
+            WaveFunctionDotProduct(*psi[i], Opsi, &re, &im);
+            if (complex) {
+                CompactMatrixComplexData(*M)[(size_t)i * n + j] = Complex16{re, im};
+            } else {
+                CompactMatrixRealData(*M)[(size_t)i * n + j] = re;
+            }
+        }
+        WaveFunctionFree(&Opsi);
+    }
+    return 0;
+}
+
+int ToMatrixOverList(lua_State* L, const OperatorType& O) {
+    const int n = (int)lua_rawlen(L, 2);
+    std::vector<const WaveFunctionType*> psi((size_t)n);
+    for (int k = 1; k <= n; k++) {
+        lua_rawgeti(L, 2, k);
+        psi[(size_t)k - 1] = static_cast<const WaveFunctionType*>(luaL_testudata(L, -1, WavefunctionTypeName));
+        lua_pop(L, 1);
+        if (psi[(size_t)k - 1] == nullptr)
+            return luaL_error(L, "Error in OperatorToMatrix, expected an Wavefunction, List of functions, or "
+                                 "DensityMatrix on position two\n");
+        if (O.NF > psi[(size_t)k - 1]->NFermion || O.NB != psi[(size_t)k - 1]->NBoson)
+            return luaL_error(L, "Error in OperatorToMatrix, the operator has %d fermions and %d bosons but "
+                                 "wavefunction %d of the list %d and %d\n",
+                              (int)O.NF, (int)O.NB, k, (int)psi[(size_t)k - 1]->NFermion,
+                              (int)psi[(size_t)k - 1]->NBoson);
+    }
+    CompactMatrixHolder h;
+    oplua::RetryAfterCollect(L, [&]() { return ListMatrix(O, psi, &h.M); },
+                             "Error in OperatorToMatrix, out of memory\n");
+    h.owned = true;
+    LuaPushTable_CompactMatrixType(L, h.M);
+    return 1;
 }
 
 }  // namespace
@@ -130,7 +183,7 @@ int LuaOperatorToMatrix(lua_State* L) {
         lua_rawgeti(L, 2, 1);
         const bool list = luaL_testudata(L, -1, WavefunctionTypeName) != nullptr;
         lua_pop(L, 1);
-        if (list) return ToMatrixOverList(L);
+        if (list) return ToMatrixOverList(L, *O);
     }
     return luaL_error(L, "Error in OperatorToMatrix, expected an Wavefunction, List of functions, or DensityMatrix "
                          "on position two\n");

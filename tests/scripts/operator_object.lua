@@ -178,6 +178,60 @@ check.eq(small.N[2], 1, "Chop through a saved method")
 check.eq(A.N[2], 3, "the first operator is left alone")
 
 ------------------------------------------------------------------------------
+-- Operators on wave functions: O psi, psi O (the ket O^dagger psi) and the
+-- matrix between a list of functions.  The coefficients of a state are read
+-- as the column of the identity between the single determinants and it.
+local coef = {0.5, -1, 0.25 * I, 0, 2, 1 - I, -0.75, 0.125}
+local cl = {}
+for k, d in ipairs(dets) do if coef[k] ~= 0 then cl[#cl + 1] = {d, coef[k]} end end
+local psi = NewWavefunction(NF, 0, cl)
+local phi = NewWavefunction(NF, 0, {{"110", 1}, {"011", -I}, {"101", 0.5}})
+local phic = {}
+for k, d in ipairs(dets) do phic[k] = ({["110"] = 1, ["011"] = -I, ["101"] = 0.5})[d] or 0 end
+local units = {}
+for k, d in ipairs(dets) do units[k] = NewWavefunction(NF, 0, {{d, 1}}) end
+local one = NewOperator(NF, 0, {{1}})
+local function coefficients(state)
+  local l = {}
+  for k = 1, #dets do l[k] = units[k] end
+  l[#dets + 1] = state
+  local M = OperatorToMatrix(one, l)
+  local c = {}
+  for k = 1, #dets do c[k] = M[k][#dets + 1] end
+  return c
+end
+local function apply(M, c)
+  local r = {}
+  for i = 1, #dets do
+    r[i] = 0
+    for j = 1, #dets do r[i] = r[i] + M[i][j] * c[j] end
+  end
+  return r
+end
+local function sameVector(got, want, what)
+  for k = 1, #dets do
+    local d = got[k] - want[k]
+    check.near(math.abs(re(d)) + math.abs(im(d)), 0, 1e-12, what .. " element " .. k)
+  end
+end
+sameVector(coefficients(A * psi), apply(RA, coef), "A psi")
+sameVector(coefficients(psi * A), apply(adjoint(RA, true), coef), "psi A")
+sameVector(coefficients(B * (A * psi)), apply(RB, apply(RA, coef)), "B A psi")
+local function bra(c, M, d)
+  local v = 0
+  local Md = apply(M, d)
+  for k = 1, #dets do v = v + (re(c[k]) - im(c[k]) * I) * Md[k] end
+  return v
+end
+local L2 = OperatorToMatrix(A, {psi, phi})
+local pairs2 = {{coef, coef}, {coef, phic}, {phic, coef}, {phic, phic}}
+for n, pr in ipairs(pairs2) do
+  local i, j = math.floor((n - 1) / 2) + 1, (n - 1) % 2 + 1
+  local d = L2[i][j] - bra(pr[1], RA, pr[2])
+  check.near(math.abs(re(d)) + math.abs(im(d)), 0, 1e-12, "list element " .. i .. j)
+end
+
+------------------------------------------------------------------------------
 -- The global calls give new operators and leave their argument alone.
 local C = Copy(A)
 C.Chop(10)
@@ -331,6 +385,8 @@ check.fails("Error, table devided by an operator\n", function() return {} / A en
 check.fails("Error, operator devided by an object of unrecognized type\n", function() return A / "x" end)
 check.fails("Error: complex number divided by operator\n", function() return I / A end)
 check.fails("Error: complex number to the power operator\n", function() return I ^ A end)
+check.fails("Error, an operator of 4 fermions and 0 bosons can not act on a wavefunction of 3 fermions and 0 "
+  .. "bosons\n", function() return R * psi end)
 check.fails("Table of length 0 found at position 2 in OperatorToMatrix\n", OperatorToMatrix, A, {})
 check.fails("Error: Rotate an object of unrecognised type\n", Rotate, "x", {{1}})
 check.fails("Error in Rotate, the basis change has 4 rows but the operator only 3 modes\n", Rotate, A,
