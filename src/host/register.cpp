@@ -10,6 +10,7 @@
 #include "host/timing.h"
 #include "host/units.h"
 #include "host/verbosity.h"
+#include "manybody/expectation_lua.h"
 #include "manybody/operator_lua.h"
 #include "manybody/wavefunction_lua.h"
 #include "numeric/interpolatingfunction_lua.h"
@@ -121,6 +122,15 @@ int luaopen_ssp(lua_State* L) {
         {nullptr, nullptr},
     };
     SkeldaSetGlobalFunctions(L, operatorGlobals);
+    static const luaL_Reg expectationGlobals[] = {
+        {"Braket", LuaBraKet},
+        {"BraketDiagonal", LuaBraKetDiagonal},
+        {"DensityMatrix", LuaDensityMatrix},
+        {"PrintExpectationValues", LuaPrintExpectationValues},
+        {"Statistics", LuaStatistics},
+        {nullptr, nullptr},
+    };
+    SkeldaSetGlobalFunctions(L, expectationGlobals);
     // Last: the functions of math as globals.
     LuaRegisterMathGlobals(L);
     return 0;

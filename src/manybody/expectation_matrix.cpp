@@ -5,22 +5,9 @@
 #include "manybody/expectation.h"
 #include "manybody/expectation_engine.h"
 #include "manybody/operator_psi.h"
+#include "manybody/wavefunction_algebra.h"
 
 namespace {
-
-// <bra|ket> through the bra-ket loop with the unit operator (one constant
-// term), walking the state with fewer elements and looking up in the other.
-int InnerProduct(const OperatorType& unit, const WaveFunctionType& bra, const WaveFunctionType& ket, double* re,
-                 double* im) {
-    if (bra.N < ket.N) {
-        const int status = ExpectationBraKet(ExpectationKind(unit, bra), unit, ket, bra, nullptr, true, re, im,
-                                             "PsiPrimeOperatorPsiMatrix");
-        *im = -*im;
-        return status;
-    }
-    return ExpectationBraKet(ExpectationKind(unit, ket), unit, bra, ket, nullptr, true, re, im,
-                             "PsiPrimeOperatorPsiMatrix");
-}
 
 bool AnyComplex(const WaveFunctionType* psi, unsigned int n) {
     for (unsigned int k = 0; k < n; k++)
@@ -32,20 +19,12 @@ bool AnyComplex(const WaveFunctionType* psi, unsigned int n) {
 
 int PsiPrimeOperatorPsiMatrix(OperatorType O, const WaveFunctionType* bra, unsigned int nbra,
                               const WaveFunctionType* ket, unsigned int nket, MatrixType* M) {
-    OperatorType unit;
-    if (InitOperator(&unit) != 0 || RealOperatorAddLader(&unit, nullptr, 0, 1.0) != 0) {
-        printf("InitOperator failed in PsiPrimeOperatorPsiMatrix\n");
-        fflush(stdout);
-        FreeOperator(&unit);
-        return 1;
-    }
     M->Ni = (int32_t)nbra;
     M->Nj = (int32_t)nket;
     M->QComplex = (OperatorPsiKind(O) != 0 || AnyComplex(bra, nbra) || AnyComplex(ket, nket)) ? 1 : 0;
     if (InitMatrix(M) != 0) {
         printf("InitMatrix failed in PsiPrimeOperatorPsiMatrix\n");
         fflush(stdout);
-        FreeOperator(&unit);
         return 1;
     }
     for (unsigned int j = 0; j < nket; j++) {
@@ -54,15 +33,15 @@ int PsiPrimeOperatorPsiMatrix(OperatorType O, const WaveFunctionType* bra, unsig
             printf("OperatorPsi failed in PsiPrimeOperatorPsiMatrix at level j=%5i\n", (int)j);
             fflush(stdout);
             FreeMatrix(M);
-            FreeOperator(&unit);
             return 1;
         }
         for (unsigned int i = 0; i < nbra; i++) {
             double re = 0.0, im = 0.0;
-            if (InnerProduct(unit, bra[i], Opsi, &re, &im) != 0) {
+            if (WaveFunctionDotProduct(bra[i], Opsi, &re, &im) != 0) {
+                printf("WaveFunctionDotProduct failed in PsiPrimeOperatorPsiMatrix\n");
+                fflush(stdout);
                 WaveFunctionFree(&Opsi);
                 FreeMatrix(M);
-                FreeOperator(&unit);
                 return 1;
             }
             M->Re[i][j] = re;
@@ -70,7 +49,6 @@ int PsiPrimeOperatorPsiMatrix(OperatorType O, const WaveFunctionType* bra, unsig
         }
         WaveFunctionFree(&Opsi);
     }
-    FreeOperator(&unit);
     return 0;
 }
 
