@@ -1,14 +1,12 @@
 // Density and correlation matrices, occupations and the prefactor histogram
-// against the brute-force reference and exact values; the table of
-// expectation values.  The suite also runs with OMP_NUM_THREADS=1.
+// against the brute-force reference and exact values.  The suite also runs
+// with OMP_NUM_THREADS=1.
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <random>
-#include <string>
 #include <vector>
 
 #include "manybody/expectation.h"
@@ -236,44 +234,6 @@ TEST(ExpectationDensityParallel, PrefactorHistogramInDecades) {
     EXPECT_DOUBLE_EQ(weight[1], 0.0125);
     EXPECT_EQ(CalculatePrefactorHistogram(psi, 1.0, 4, weight, count), 1);
     WaveFunctionFree(&psi);
-}
-
-TEST(ExpectationDensityParallel, TableOfExpectationValues) {
-    // H = n0 + 2 n1 on "1100" (E = 3) and "0100" (E = 2); N1 = n1; a complex
-    // operator i n0 takes two columns.
-    OperatorType ops[2], H;
-    for (OperatorType* O : {&H, &ops[0], &ops[1]}) {
-        ASSERT_EQ(InitOperator(O), 0);
-        O->NF = 4;
-        O->NWord = 1;
-        ASSERT_EQ(InitOperatorFixedLength(O, 2, 4), 0);
-    }
-    const uint16_t n0[2] = {A(0), C(0)}, n1[2] = {A(1), C(1)};
-    ASSERT_EQ(OperatorAddLader(&H, n0, 2, 1.0, 0.0), 0);
-    ASSERT_EQ(OperatorAddLader(&H, n1, 2, 2.0, 0.0), 0);
-    ASSERT_EQ(OperatorAddLader(&ops[0], n1, 2, 1.0, 0.0), 0);
-    ASSERT_EQ(OperatorAddLader(&ops[1], n0, 2, 0.0, 1.0), 0);
-    OperatorRecountQComplex(&ops[1]);
-    OperatorSetName(&ops[0], "N1");
-    OperatorSetName(&ops[1], "iN0");
-    WaveFunctionType psi[2] = {Determinant("1100"), Determinant("0100")};
-    ExpectationTableSettingsType settings;
-    InitExpectationTableSettings(&settings);
-    settings.colWidth = 9;
-    settings.sortByEnergy = 1;
-    settings.printSigma = 1;
-    char* text = nullptr;
-    size_t size = 0;
-    FILE* out = open_memstream(&text, &size);
-    ASSERT_EQ(StreamPrintExpectationValues(psi, 2, &H, ops, 2, settings, out), 0);
-    fclose(out);
-    EXPECT_EQ(std::string(text),
-              "    #         E    Var(E)        N1   Re(iN0)   Im(iN0)\n"
-              "    2     2.000     0.000     1.000     0.000     0.000\n"
-              "    1     3.000     0.000     1.000     0.000     1.000\n");
-    free(text);
-    for (auto& p : psi) WaveFunctionFree(&p);
-    for (OperatorType* O : {&H, &ops[0], &ops[1]}) FreeOperator(O);
 }
 
 }  // namespace
