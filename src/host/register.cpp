@@ -3,11 +3,14 @@
 
 #include "atomic/orbitals_lua.h"
 #include "host/complex_lua.h"
+#include "host/global_dispatch.h"
 #include "host/luahost.h"
 #include "host/timing.h"
 #include "host/units.h"
 #include "host/verbosity.h"
 #include "manybody/wavefunction_lua.h"
+#include "numeric/interpolatingfunction_lua.h"
+#include "numeric/matrix_lua.h"
 
 void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
     for (; list->name != nullptr; list++) {
@@ -65,7 +68,23 @@ void RegisterAtomicGlobals(lua_State* L) {
 // globals.  A later registration of a name overwrites an earlier one.
 int luaopen_ssp(lua_State* L) {
     LuaRegisterWavefunctionType(L);
+    LuaRegisterInterpolatingFunctionType(L);
+    // Matrix_Type, Matrix and MatrixMeta: after the response-function globals.
+    LuaRegisterMatrixType(L);
     // The global functions.
+    // The calls that act on several kinds (see host/global_dispatch.h).
+    static const luaL_Reg dispatchedGlobals[] = {
+        {"Chop", LuaChop},
+        {"Clone", Luacopy},
+        {"Conjugate", Luaconjugate},
+        {"ConjugateTranspose", Luaconjugatetranspose},
+        {"Copy", Luacopy},
+        {"Eigensystem", LuaEigensystem},
+        {"Inverse", LuaInverse},
+        {"Transpose", Luatranspose},
+        {nullptr, nullptr},
+    };
+    SkeldaSetGlobalFunctions(L, dispatchedGlobals);
     RegisterTimingGlobals(L);
     RegisterAtomicGlobals(L);
     static const luaL_Reg wavefunctionGlobals[] = {

@@ -164,6 +164,95 @@ int HermitianCompactMatrixExp(const CompactMatrixType* A, CompactMatrixType* R) 
     return fail;
 }
 
+namespace {
+
+// Condition of the eigenvector pair: with L^dagger R = 1, the product of the
+// Frobenius norms is N for a normal matrix and grows without bound as the
+// matrix approaches one without a full set of eigenvectors.
+double EigenvectorCondition(const CompactMatrixType& L, const CompactMatrixType& Rv) {
+    double nl = 0.0, nr = 0.0;
+    for (uint32_t i = 0; i < L.Ni; i++)
+        for (uint32_t j = 0; j < L.Nj; j++) {
+            Complex16 l = CompactMatrixElement(L, i, j), r = CompactMatrixElement(Rv, i, j);
+            nl += l.re * l.re + l.im * l.im;
+            nr += r.re * r.re + r.im * r.im;
+        }
+    return sqrt(nl * nr) / (L.Ni > 0 ? L.Ni : 1);
+}
+
+// exp(A) by scaling and squaring of a Taylor series: A is scaled by 2^-s
+// until its 1-norm is below 1/2, the series is summed to rounding, and the
+// result squared s times.  Used where the eigenvectors of A do not span the
+// space (a defective matrix such as {{0,1},{0,0}}), where the spectral form
+// would silently give a wrong answer.
+int CompactMatrixExpTaylor(const CompactMatrixType* A, CompactMatrixType* R) {
+    const uint32_t N = A->Ni;
+    const size_t NN = static_cast<size_t>(N) * N;
+    Complex16* work = static_cast<Complex16*>(malloc(sizeof(Complex16) * 3 * (NN > 0 ? NN : 1)));
+    if (work == nullptr) {
+        puts("malloc failed in NonHermitianCompactMatrixExp");
+        return 1;
+    }
+    Complex16* a = work;
+    Complex16* term = work + NN;
+    Complex16* tmp = work + 2 * NN;
+    double norm1 = 0.0;
+    for (uint32_t j = 0; j < N; j++) {
+        double col = 0.0;
+        for (uint32_t i = 0; i < N; i++) {
+            Complex16 x = CompactMatrixElement(*A, i, j);
+            col += sqrt(x.re * x.re + x.im * x.im);
+        }
+        if (col > norm1) norm1 = col;
+    }
+    int s = 0;
+    while (norm1 > 0.5 && s < 1100) {
+        norm1 *= 0.5;
+        s++;
+    }
+    double scale = ldexp(1.0, -s);
+    for (uint32_t i = 0; i < N; i++)
+        for (uint32_t j = 0; j < N; j++) a[i * N + j] = CompactMatrixElement(*A, i, j) * scale;
+
+    R->Ni = N;
+    R->Nj = N;
+    R->QComplex = 1;
+    if (InitCompactMatrix(R)) {
+        free(work);
+        return 1;
+    }
+    Complex16* r = CompactMatrixComplexData(*R);
+    auto multiply = [N](const Complex16* x, const Complex16* y, Complex16* out) {
+        for (uint32_t i = 0; i < N; i++)
+            for (uint32_t j = 0; j < N; j++) {
+                Complex16 sum{0.0, 0.0};
+                for (uint32_t k = 0; k < N; k++) sum += x[i * N + k] * y[k * N + j];
+                out[i * N + j] = sum;
+            }
+    };
+    for (size_t k = 0; k < NN; k++) term[k] = Complex16{0.0, 0.0};
+    for (uint32_t i = 0; i < N; i++) term[i * N + i] = Complex16{1.0, 0.0};
+    for (size_t k = 0; k < NN; k++) r[k] = term[k];
+    for (int n = 1; n <= 30; n++) {
+        multiply(term, a, tmp);
+        double largest = 0.0;
+        for (size_t k = 0; k < NN; k++) {
+            term[k] = tmp[k] / static_cast<double>(n);
+            r[k] += term[k];
+            largest = fmax(largest, fabs(term[k].re) + fabs(term[k].im));
+        }
+        if (largest < 1e-18) break;
+    }
+    for (int k = 0; k < s; k++) {
+        multiply(r, r, tmp);
+        for (size_t m = 0; m < NN; m++) r[m] = tmp[m];
+    }
+    free(work);
+    return 0;
+}
+
+}  // namespace
+
 int NonHermitianCompactMatrixExp(const CompactMatrixType* A, CompactMatrixType* R) {
     uint32_t N = A->Ni;
     Complex16* values = static_cast<Complex16*>(malloc(sizeof(Complex16) * (N > 0 ? N : 1)));
@@ -173,16 +262,26 @@ int NonHermitianCompactMatrixExp(const CompactMatrixType* A, CompactMatrixType* 
     }
     CompactMatrixType L, Rv;
     if (NonHermitianCompactMatrixEigensystem(*A, &L, &Rv, values)) {
-        puts("NonHermitianCompactMatrixEigensystem failed in NonHermitianCompactMatrixExp");
+        // A matrix whose eigenvectors do not span the space still has an
+        // exponential: take the series instead.
         free(values);
-        return 1;
+        if (A->Ni != A->Nj || CompactMatrixExpTaylor(A, R)) {
+            puts("NonHermitianCompactMatrixEigensystem failed in NonHermitianCompactMatrixExp");
+            return 1;
+        }
+        return A->QComplex ? 0 : MakeCompactComplexMatrixReal(R);
     }
-    for (uint32_t k = 0; k < N; k++) {
-        double m = exp(values[k].re);
-        values[k] = Complex16{m * cos(values[k].im), m * sin(values[k].im)};
+    int fail;
+    if (EigenvectorCondition(L, Rv) > 1e6) {
+        fail = CompactMatrixExpTaylor(A, R);
+    } else {
+        for (uint32_t k = 0; k < N; k++) {
+            double m = exp(values[k].re);
+            values[k] = Complex16{m * cos(values[k].im), m * sin(values[k].im)};
+        }
+        // A = transpose(R) D conj(L) since conj(L) transpose(R) = 1.
+        fail = TransformComplexDiagonalMatrixByCompactMatrixTRtranATLcon(values, L, Rv, R);
     }
-    // A = transpose(R) D conj(L) since conj(L) transpose(R) = 1.
-    int fail = TransformComplexDiagonalMatrixByCompactMatrixTRtranATLcon(values, L, Rv, R);
     FreeCompactMatrix(&L);
     FreeCompactMatrix(&Rv);
     free(values);

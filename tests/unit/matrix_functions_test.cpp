@@ -157,6 +157,26 @@ TEST(MatrixExponential, NonHermitianUnitaryAndRotation) {
     FreeCompactMatrix(&G);
 }
 
+TEST(MatrixExponential, DefectiveMatricesAgainstJordanForm) {
+    // A Jordan block a*1 + N with N nilpotent has no full set of eigenvectors:
+    // exp = e^a (1 + N + N^2/2).
+    for (double a : {0.0, 1.0, -2.5}) {
+        Dense j(3, 3);
+        for (uint32_t i = 0; i < 3; i++) j(i, i) = Complex16{a, 0};
+        j(0, 1) = j(1, 2) = Complex16{1, 0};
+        CompactMatrixType J = ToCompact(j, false), R;
+        ASSERT_EQ(NonHermitianCompactMatrixExp(&J, &R), 0);
+        double ea = exp(a);
+        Dense want(3, 3);
+        for (uint32_t i = 0; i < 3; i++) want(i, i) = Complex16{ea, 0};
+        want(0, 1) = want(1, 2) = Complex16{ea, 0};
+        want(0, 2) = Complex16{ea / 2, 0};
+        EXPECT_LT(MaxDiff(FromCompact(R), want), 1e-13 * ea) << "a = " << a;
+        FreeCompactMatrix(&R);
+        FreeCompactMatrix(&J);
+    }
+}
+
 TEST(MatrixSqrt, SquareGivesBackAndNegativeValues) {
     for (int arm = 0; arm < 2; arm++) {
         Dense x = Random(4, 4, arm, 240 + arm);
