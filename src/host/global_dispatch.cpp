@@ -9,6 +9,7 @@
 #include "host/complex_lua.h"
 #include "host/luahost.h"
 #include "numeric/matrix_lua.h"
+#include "response/responsefunction.h"
 
 namespace {
 
@@ -201,6 +202,7 @@ const LuaDispatchArm kInverseArms[] = {
 // Eigensystem(M).  The response functions (their userdata, and tables with
 // their metatable or a field "type") go ahead of the plain table row.
 const LuaDispatchArm kEigensystemDenseArms[] = {
+    {lua_isResponsefunction, LuaResponseFunctionEigensystem},
     {LuaKindMatrixUserdata, LuaMatrixEigensystem},
     {LuaKindTable, LuaMatrixEigensystem},
 };

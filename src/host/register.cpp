@@ -1,16 +1,19 @@
 // Registration of everything the system adds to the interpreter.
 #include "host/register.h"
 
+#include "atomic/basis_lua.h"
 #include "atomic/orbitals_lua.h"
 #include "host/complex_lua.h"
 #include "host/global_dispatch.h"
 #include "host/luahost.h"
+#include "host/mathlib.h"
 #include "host/timing.h"
 #include "host/units.h"
 #include "host/verbosity.h"
 #include "manybody/wavefunction_lua.h"
 #include "numeric/interpolatingfunction_lua.h"
 #include "numeric/matrix_lua.h"
+#include "response/responsefunction.h"
 
 void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
     for (; list->name != nullptr; list++) {
@@ -20,6 +23,7 @@ void SkeldaSetGlobalFunctions(lua_State* L, const luaL_Reg* list) {
 }
 
 void SkeldaRegisterHostLibraries(lua_State* L) {
+    LuaRegisterMathLibrary(L);
     RegisterPhysicalConstants(L);
     RegisterEnergyUnits(L, "eV");
     LuaRegisterComplex(L);
@@ -44,14 +48,18 @@ void RegisterTimingGlobals(lua_State* L) {
     SkeldaSetGlobalFunctions(L, functions);
 }
 
-// Orbital names and index tables of atomic shells.
+// Orbital names, index tables and basis changes of atomic shells.
 void RegisterAtomicGlobals(lua_State* L) {
     static const luaL_Reg functions[] = {
         {"CreateAtomicIndicesDict", LuaCreateAtomicIndicesDict},
         {"CreateAtomicIndicesList", LuaCreateAtomicIndicesList},
         {"NonRelToRelOrbitals", LuaNonRelToRelOrbitals},
         {"OrbToMultiplicity", LuaOrbToMultiplicity},
+        {"OrbitalRotationMatrix", LuaOrbitalRotationMatrix},
         {"RelToNonRelOrbitals", LuaRelToNonRelOrbitals},
+        {"YtoKMatrix", LuaYtoKMatrix},
+        {"YtoZMatrix", LuaYtoZMatrix},
+        {"YtojjzMatrix", LuaYtojjzMatrix},
         {nullptr, nullptr},
     };
     SkeldaSetGlobalFunctions(L, functions);
@@ -69,6 +77,17 @@ void RegisterAtomicGlobals(lua_State* L) {
 int luaopen_ssp(lua_State* L) {
     LuaRegisterWavefunctionType(L);
     LuaRegisterInterpolatingFunctionType(L);
+    LuaRegisterResponseFunctionType(L);
+    static const luaL_Reg responseFunctionGlobals[] = {
+        {"ChangeType", LuaChangeTypeResponseFunction},
+        {"ReducePoles", LuaReducePolesResponseFunction},
+        {"PlaceOnMesh", LuaPlaceOnMeshResponseFunction},
+        {"ToTable", LuaResponseFunctionToTable},
+        {"ToUserdata", LuaResponseFunctionToUserdata},
+        {"ToTightBinding", LuaResponseFunctionToTightBinding},
+        {nullptr, nullptr},
+    };
+    SkeldaSetGlobalFunctions(L, responseFunctionGlobals);
     // Matrix_Type, Matrix and MatrixMeta: after the response-function globals.
     LuaRegisterMatrixType(L);
     // The global functions.
@@ -92,5 +111,7 @@ int luaopen_ssp(lua_State* L) {
         {nullptr, nullptr},
     };
     SkeldaSetGlobalFunctions(L, wavefunctionGlobals);
+    // Last: the functions of math as globals.
+    LuaRegisterMathGlobals(L);
     return 0;
 }

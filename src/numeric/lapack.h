@@ -1,11 +1,9 @@
 // The BLAS and LAPACK routines used by the dense-matrix code, declared for
 // their Fortran interface: every argument by address, 32-bit integers,
 // column-major storage.  Character arguments are followed, at the end of the
-// list, by their hidden lengths as the Fortran compiler passes them; the
-// routines written in C ignore these extra arguments.  dgemm, dgemv, dstev
-// and dstevd are declared without them, exactly as other parts of the
-// program declare them, so that the declarations agree wherever they meet;
-// these routines read only the first character of their options.
+// list, by their hidden lengths as the Fortran compiler passes them.  Where
+// a call site may leave them out they default to 1: every option here is a
+// single character.
 #ifndef SKELDA_NUMERIC_LAPACK_H
 #define SKELDA_NUMERIC_LAPACK_H
 
@@ -20,14 +18,15 @@ extern "C" {
 // Level 3 and level 2 BLAS.
 void dgemm_(const char* transa, const char* transb, const int* m, const int* n, const int* k,
             const double* alpha, const double* a, const int* lda, const double* b, const int* ldb,
-            const double* beta, double* c, const int* ldc);
+            const double* beta, double* c, const int* ldc, FortranCharLength = 1,
+            FortranCharLength = 1);
 void zgemm_(const char* transa, const char* transb, const int* m, const int* n, const int* k,
             const Complex16* alpha, const Complex16* a, const int* lda, const Complex16* b,
             const int* ldb, const Complex16* beta, Complex16* c, const int* ldc, FortranCharLength,
             FortranCharLength);
 void dgemv_(const char* trans, const int* m, const int* n, const double* alpha, const double* a,
             const int* lda, const double* x, const int* incx, const double* beta, double* y,
-            const int* incy);
+            const int* incy, FortranCharLength = 1);
 void zgemv_(const char* trans, const int* m, const int* n, const Complex16* alpha,
             const Complex16* a, const int* lda, const Complex16* x, const int* incx,
             const Complex16* beta, Complex16* y, const int* incy, FortranCharLength);
@@ -78,9 +77,10 @@ void zhegvd_(const int* itype, const char* jobz, const char* uplo, const int* n,
 
 // Real symmetric tridiagonal eigensystems.
 void dstev_(const char* jobz, const int* n, double* d, double* e, double* z, const int* ldz,
-            double* work, int* info);
+            double* work, int* info, FortranCharLength = 1);
 void dstevd_(const char* jobz, const int* n, double* d, double* e, double* z, const int* ldz,
-             double* work, const int* lwork, int* iwork, const int* liwork, int* info);
+             double* work, const int* lwork, int* iwork, const int* liwork, int* info,
+             FortranCharLength = 1);
 
 // General (non-Hermitian) eigensystems.
 void dgeev_(const char* jobvl, const char* jobvr, const int* n, double* a, const int* lda,

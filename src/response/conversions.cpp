@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "response/lapack_tridiagonal.h"
+#include "numeric/lapack.h"
 #include "response/tridiagonal.h"
 
 namespace {
