@@ -2,6 +2,8 @@
 #include "host/register.h"
 
 #include "atomic/basis_lua.h"
+#include "atomic/coulomb_lua.h"
+#include "atomic/oneparticle_lua.h"
 #include "atomic/orbitals_lua.h"
 #include "host/complex_lua.h"
 #include "host/global_dispatch.h"
@@ -64,6 +66,9 @@ void RegisterAtomicGlobals(lua_State* L) {
         {nullptr, nullptr},
     };
     SkeldaSetGlobalFunctions(L, functions);
+    // The named atomic operators of NewOperator.
+    LuaRegisterOneParticleOperators();
+    LuaRegisterCoulombOperators();
 }
 
 }  // namespace
