@@ -9,6 +9,7 @@
 #include "host/mathlib.h"
 #include "host/timing.h"
 #include "host/units.h"
+#include "host/varstore.h"
 #include "host/verbosity.h"
 #include "manybody/wavefunction_lua.h"
 #include "numeric/interpolatingfunction_lua.h"
@@ -27,6 +28,7 @@ void SkeldaRegisterHostLibraries(lua_State* L) {
     RegisterPhysicalConstants(L);
     RegisterEnergyUnits(L, "eV");
     LuaRegisterComplex(L);
+    LuaRegisterVariableStore(L);
 }
 
 void SkeldaRegisterImaginaryUnit(lua_State* L) {
