@@ -20,6 +20,7 @@
 //                   ResponseFunctionMeta is written inside setmetatable(...)
 //   Matrix_Type     Matrix.ToUserdata(<rows>)
 //   Wavefunction_Type   a call of NewWavefunction with its determinants
+//   Operator_Type       a call of NewOperator with its terms
 //   TightBinding_Type   the fixed name Some_Variable_Of_TightBinding_Type
 // Anything else (functions, threads, other userdata) is a script error.
 #ifndef SKELDA_HOST_VARSTORE_H
@@ -31,6 +32,7 @@
 #include <cstdio>
 
 struct WaveFunctionType;
+struct OperatorType;
 
 // ------------------------------------------------------------------ names
 
@@ -87,5 +89,12 @@ int StreamPrintQuotedString(const char* s, size_t len, FILE* out);
 // prefactor as a complex number, so it comes back complex).  0, or 1 when
 // writing failed.
 int StreamPrintWaveFunctionScript(const WaveFunctionType& psi, FILE* out);
+
+// NewOperator( NF, NB,{ {ladder, ..., prefactor}, ... },
+// {{"Name",...},{"NBitsKey",{...}} [,{"Restrictions",{...}}]}): every term
+// in normal order, as the operator holds it, the prefactors in "%22.15E";
+// the key width of each length and the occupation restrictions go along.
+// 0, or 1 when writing failed.
+int StreamPrintOperatorScript(const OperatorType& O, FILE* out);
 
 #endif

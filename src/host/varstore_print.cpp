@@ -6,6 +6,7 @@
 
 #include "host/complex_lua.h"
 #include "host/varstore.h"
+#include "manybody/operator.h"
 #include "manybody/wavefunction.h"
 #include "numeric/matrix_lua.h"
 
@@ -177,6 +178,10 @@ void WriteUserdata(lua_State* L, int idx, WriteState& w) {
     }
     if (auto* psi = static_cast<WaveFunctionType*>(luaL_testudata(L, idx, "Wavefunction_Type"))) {
         w.failed |= StreamPrintWaveFunctionScript(*psi, w.out);
+        return;
+    }
+    if (auto* O = static_cast<OperatorType*>(luaL_testudata(L, idx, "Operator_Type"))) {
+        w.failed |= StreamPrintOperatorScript(*O, w.out);
         return;
     }
     if (CompactMatrixType* M = luaL_testMatrixUserdata(L, idx)) {
