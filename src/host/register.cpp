@@ -11,6 +11,7 @@
 #include "host/units.h"
 #include "host/varstore.h"
 #include "host/verbosity.h"
+#include "manybody/operator_lua.h"
 #include "manybody/wavefunction_lua.h"
 #include "numeric/interpolatingfunction_lua.h"
 #include "numeric/matrix_lua.h"
@@ -77,6 +78,7 @@ void RegisterAtomicGlobals(lua_State* L) {
 // types, Ulmen, Rondo, Tessel, the global functions, then the math names as
 // globals.  A later registration of a name overwrites an earlier one.
 int luaopen_ssp(lua_State* L) {
+    LuaRegisterOperatorType(L);
     LuaRegisterWavefunctionType(L);
     LuaRegisterInterpolatingFunctionType(L);
     LuaRegisterResponseFunctionType(L);
@@ -102,6 +104,7 @@ int luaopen_ssp(lua_State* L) {
         {"Copy", Luacopy},
         {"Eigensystem", LuaEigensystem},
         {"Inverse", LuaInverse},
+        {"Rotate", Luarotate},
         {"Transpose", Luatranspose},
         {nullptr, nullptr},
     };
@@ -113,6 +116,13 @@ int luaopen_ssp(lua_State* L) {
         {nullptr, nullptr},
     };
     SkeldaSetGlobalFunctions(L, wavefunctionGlobals);
+    static const luaL_Reg operatorGlobals[] = {
+        {"NewOperator", LuaNewOperator},
+        {"OperatorSetTrace", LuaOperatorSetTrace},
+        {"OperatorToMatrix", LuaOperatorToMatrix},
+        {nullptr, nullptr},
+    };
+    SkeldaSetGlobalFunctions(L, operatorGlobals);
     // Last: the functions of math as globals.
     LuaRegisterMathGlobals(L);
     return 0;

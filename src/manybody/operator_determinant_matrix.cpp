@@ -7,40 +7,12 @@
 #include "manybody/operator_algebra_detail.h"
 #include "manybody/wavefunction.h"
 #include "numeric/compactmatrix.h"
+#include "manybody/lader_action.h"
 #include "numeric/matrix.h"
 
 using opalg::Report;
 
 namespace {
-
-// The action of one ladder on the determinant D in place, and its factor:
-// 0 when the mode is already empty (full), else for a fermion (-1) to the
-// number of occupied modes below it, for a boson sqrt(n) or sqrt(n + 1).
-double ApplyLader(uint8_t* D, uint16_t c, uint32_t NF) {
-    uint32_t m = c & LaderModeMask;
-    bool create = (c & LaderCreation) != 0;
-    if (m < NF) {
-        uint32_t b = m >> 3, p = m & 7;
-        uint8_t bit = (uint8_t)(0x80 >> p);
-        if (((D[b] & bit) != 0) == create) return 0.0;
-        D[b] ^= bit;
-        unsigned v = (unsigned)(D[b] & 0xFF) >> (8 - p);
-        for (uint32_t i = 0; i < b; i++) v ^= D[i];
-        v ^= v >> 4;
-        v ^= v >> 2;
-        return ((v ^ (v >> 1)) & 1) ? -1.0 : 1.0;
-    }
-    uint32_t B = (m - NF) + ((NF + 7) >> 3);
-    unsigned n = D[B];
-    if (create) {
-        if (n == 255) return 0.0;
-        D[B] = (uint8_t)(n + 1);
-        return std::sqrt((double)(n + 1));
-    }
-    if (n == 0) return 0.0;
-    D[B] = (uint8_t)(n - 1);
-    return std::sqrt((double)n);
-}
 
 // Calls add(row, column, value) for every non-zero <det_i| O |det_j>
 // (0-based rows and columns).
@@ -64,7 +36,7 @@ int ForEachElement(const OperatorType& O, const WaveFunctionType& psi, const cha
                 memcpy(D, det, psi.NWord);
                 double factor = 1.0;
                 const uint16_t* codes = f.o + (size_t)t * k;
-                for (unsigned s = 0; s < k && factor != 0.0; s++) factor *= ApplyLader(D, codes[s], O.NF);
+                for (unsigned s = 0; s < k && factor != 0.0; s++) factor *= LaderAction(codes[s], D, O.NF);
                 if (factor == 0.0) continue;
                 uint32_t i = WaveFunctionIndexDet(&psi, D);
                 if (i == 0) continue;

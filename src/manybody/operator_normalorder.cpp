@@ -100,7 +100,7 @@ int AddSorted(const OrderedAdd& ctx, const uint16_t* o, unsigned int length, dou
     // The second half of w is the scratch term of a contraction.
     uint16_t localRest[32];
     uint16_t* rest = length > 32 ? w + length : localRest;
-    memcpy(w, o, (size_t)length * sizeof(uint16_t));
+    if (length > 0) memcpy(w, o, (size_t)length * sizeof(uint16_t));
     const uint32_t NF = ctx.O->NF;
     double sign = 1.0;
     int status = 0;

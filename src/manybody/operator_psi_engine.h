@@ -33,6 +33,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "manybody/hash.h"
 #include "manybody/lader_action.h"
 #include "manybody/operator.h"
 #include "manybody/operator_psi.h"
@@ -143,51 +144,9 @@ inline double OperatorPsiValueIm(const OperatorFixedLengthType& L, uint32_t t) {
 
 // ---- Look-ups in a fixed basis --------------------------------------------
 
-inline uint32_t OperatorPsiRot(uint32_t x, int k) { return (x << k) | (x >> (32 - k)); }
-
-inline uint32_t OperatorPsiLoad32(const uint8_t* p) {
-    uint32_t w;
-    memcpy(&w, p, 4);
-#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-    w = __builtin_bswap32(w);
-#endif
-    return w;
-}
-
-// The determinant hash of hash.h (lookup3 "hashlittle", initial value 0,
-// masked to nbits bits), written out for the kernels' short keys.
+// The determinant hash of hash.h, inlined into the kernels' loops.
 inline uint32_t OperatorPsiHash(const uint8_t* k, uint32_t length, uint32_t nbits) {
-    uint32_t a, b, c;
-    a = b = c = 0xdeadbeef + length;
-    const uint32_t mask = (1u << (nbits & 31)) - 1u;
-    if (length == 0) return c & mask;
-    while (length > 12) {
-        a += OperatorPsiLoad32(k);
-        b += OperatorPsiLoad32(k + 4);
-        c += OperatorPsiLoad32(k + 8);
-        a -= c; a ^= OperatorPsiRot(c, 4);  c += b;
-        b -= a; b ^= OperatorPsiRot(a, 6);  a += c;
-        c -= b; c ^= OperatorPsiRot(b, 8);  b += a;
-        a -= c; a ^= OperatorPsiRot(c, 16); c += b;
-        b -= a; b ^= OperatorPsiRot(a, 19); a += c;
-        c -= b; c ^= OperatorPsiRot(b, 4);  b += a;
-        length -= 12;
-        k += 12;
-    }
-    // The last 1..12 bytes, little-endian and zero-filled.
-    uint32_t t[3] = {0, 0, 0};
-    for (uint32_t r = 0; r < length; r++) t[r >> 2] |= (uint32_t)k[r] << (8 * (r & 3));
-    a += t[0];
-    b += t[1];
-    c += t[2];
-    c ^= b; c -= OperatorPsiRot(b, 14);
-    a ^= c; a -= OperatorPsiRot(c, 11);
-    b ^= a; b -= OperatorPsiRot(a, 25);
-    c ^= b; c -= OperatorPsiRot(b, 16);
-    a ^= c; a -= OperatorPsiRot(c, 4);
-    b ^= a; b -= OperatorPsiRot(a, 14);
-    c ^= b; c -= OperatorPsiRot(b, 24);
-    return c & mask;
+    return HashInline(k, length, nbits);
 }
 
 inline void OperatorPsiAtomicAdd(double& target, double value) {
