@@ -23,13 +23,14 @@ local function asComplex(v)
   return v
 end
 
--- Capture what NewWavefunction receives from the stored text.
-local newWavefunction, received = NewWavefunction, nil
+-- Capture what the constructors receive from the stored texts.
+local newWavefunction, newOperator, received, receivedOperator = NewWavefunction, NewOperator, nil, nil
 NewWavefunction = function(...) received = {...}; return newWavefunction(...) end
-for _, name in ipairs{"x", "NameX", "third", "sum", "numbers", "tab", "z", "M", "Mt", "psi", "keyed"} do
+NewOperator = function(...) receivedOperator = {...}; return newOperator(...) end
+for _, name in ipairs{"x", "NameX", "third", "sum", "numbers", "tab", "z", "M", "Mt", "psi", "keyed", "O"} do
   io.get("store", name)
 end
-NewWavefunction = newWavefunction
+NewWavefunction, NewOperator = newWavefunction, newOperator
 
 check.eq(x, 3, "x")
 check.eq(NameX, 0.1, "NameX")
@@ -60,4 +61,20 @@ for i, term in ipairs(terms) do
   local got, want = received[3][i][2], asComplex(term[2])
   check.near(got.re, want.re, 1e-14, "Re prefactor " .. i)
   check.near(got.im, want.im, 1e-14, "Im prefactor " .. i)
+end
+
+-- The operator: the same printout and restrictions as a fresh one, its
+-- ladders exactly (-0 stays annihilation) and its prefactors within 1e-14.
+local fresh = values.operator()
+check.eq(tostring(O), tostring(fresh), "operator")
+check.eq(tostring(O.Restrictions), tostring(fresh.Restrictions), "restrictions")
+local opTerms = values.operatorTerms()
+check.eq(#receivedOperator[3], #opTerms, "number of terms")
+for i, term in ipairs(opTerms) do
+  local row = receivedOperator[3][i]
+  check.eq(#row, #term, "length of term " .. i)
+  for j = 1, #term - 1 do check.truthy(same(row[j], term[j]), "ladder " .. j .. " of term " .. i) end
+  local got, want = asComplex(row[#row]), asComplex(term[#term])
+  check.near(got.re, want.re, 1e-14, "Re prefactor of term " .. i)
+  check.near(got.im, want.im, 1e-14, "Im prefactor of term " .. i)
 end

@@ -31,7 +31,8 @@ M = Matrix.ToUserdata(values.matrix)
 Mt = setmetatable(values.matrix, MatrixMeta)
 psi = values.wavefunction()
 keyed = {[{1, 2}] = "table key"}
-for _, name in ipairs{"numbers", "tab", "z", "M", "Mt", "psi", "keyed"} do io.put("store", name) end
+O = values.operator()
+for _, name in ipairs{"numbers", "tab", "z", "M", "Mt", "psi", "keyed", "O"} do io.put("store", name) end
 
 -- Refused values leave an older file as it was.
 x = {1, print}

@@ -42,4 +42,14 @@ function values.wavefunction()
   return NewWavefunction(10, 0, values.wavefunctionTerms(), {{"Name", "psi \"0\""}, {"NBitsKey", 8}})
 end
 
+-- Terms in the order in which the operator keeps them: the constant, then
+-- by length; annihilating mode 0 is written -0.
+function values.operatorTerms()
+  return {{5}, {0, -0, 2}, {1, -2, 0.5 + I / 3}, {3, 2, -1, -0, 1/7}}
+end
+
+function values.operator()
+  return NewOperator(4, 0, values.operatorTerms(), {{"Name", "O"}, {"Restrictions", {4, 0, {"1100", 0, 1}}}})
+end
+
 return values
