@@ -11,6 +11,7 @@
 #include "host/mathlib.h"
 #include "host/timing.h"
 #include "host/units.h"
+#include "host/varstore.h"
 #include "host/verbosity.h"
 #include "manybody/operator_lua.h"
 #include "manybody/wavefunction_lua.h"
@@ -30,6 +31,7 @@ void SkeldaRegisterHostLibraries(lua_State* L) {
     RegisterPhysicalConstants(L);
     RegisterEnergyUnits(L, "eV");
     LuaRegisterComplex(L);
+    LuaRegisterVariableStore(L);
 }
 
 void SkeldaRegisterImaginaryUnit(lua_State* L) {
