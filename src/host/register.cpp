@@ -2,6 +2,8 @@
 #include "host/register.h"
 
 #include "atomic/basis_lua.h"
+#include "atomic/coulomb_lua.h"
+#include "atomic/oneparticle_lua.h"
 #include "atomic/orbitals_lua.h"
 #include "host/complex_lua.h"
 #include "host/global_dispatch.h"
@@ -9,6 +11,7 @@
 #include "host/mathlib.h"
 #include "host/timing.h"
 #include "host/units.h"
+#include "host/varstore.h"
 #include "host/verbosity.h"
 #include "manybody/expectation_lua.h"
 #include "manybody/operator_lua.h"
@@ -29,6 +32,7 @@ void SkeldaRegisterHostLibraries(lua_State* L) {
     RegisterPhysicalConstants(L);
     RegisterEnergyUnits(L, "eV");
     LuaRegisterComplex(L);
+    LuaRegisterVariableStore(L);
 }
 
 void SkeldaRegisterImaginaryUnit(lua_State* L) {
@@ -65,6 +69,9 @@ void RegisterAtomicGlobals(lua_State* L) {
         {nullptr, nullptr},
     };
     SkeldaSetGlobalFunctions(L, functions);
+    // The named atomic operators of NewOperator.
+    LuaRegisterOneParticleOperators();
+    LuaRegisterCoulombOperators();
 }
 
 }  // namespace
