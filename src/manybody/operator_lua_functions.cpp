@@ -5,6 +5,7 @@
 
 #include "host/complex_lua.h"
 #include "host/options.h"
+#include "manybody/expectation.h"
 #include "manybody/operator_algebra.h"
 #include "manybody/operator_lua.h"
 #include "manybody/operator_lua_internal.h"
@@ -12,6 +13,7 @@
 #include "manybody/wavefunction.h"
 #include "manybody/wavefunction_algebra.h"
 #include "numeric/compactmatrix.h"
+#include "numeric/matrix.h"
 #include "numeric/matrix_lua.h"
 
 namespace {
@@ -82,33 +84,17 @@ int ToOneParticleMatrix(lua_State* L, const OperatorType& O, uint32_t Ni, uint32
 // The matrix of elements <psi_i| O |psi_j> of the functions in a list: O
 // applied to each function in turn, then its inner products with all of
 // them.  Returns 0, or 1 after printing what failed (M is then freed).
+// The matrix <psi_i| O |psi_j> over the states of a list, by the
+// expectation-value kernel.
 int ListMatrix(const OperatorType& O, const std::vector<const WaveFunctionType*>& psi, CompactMatrixType* M) {
-    const uint32_t n = (uint32_t)psi.size();
-    bool complex = O.QComplex != 0;
-    for (const WaveFunctionType* p : psi) complex = complex || p->QComplex != 0;
-    M->Ni = n;
-    M->Nj = n;
-    M->QComplex = complex ? 1 : 0;
-    if (InitCompactMatrix(M) != 0) return 1;
-    for (uint32_t j = 0; j < n; j++) {
-        WaveFunctionType Opsi;
-        if (OperatorPsi(O, *psi[j], &Opsi) != 0) {
-            printf("OperatorPsi failed in PsiPrimeOperatorPsiMatrix at level j=%5i\n", (int)j);
-            FreeCompactMatrix(M);
-            return 1;
-        }
-        for (uint32_t i = 0; i < n; i++) {
-            double re = 0.0, im = 0.0;
-            WaveFunctionDotProduct(*psi[i], Opsi, &re, &im);
-            if (complex) {
-                CompactMatrixComplexData(*M)[(size_t)i * n + j] = Complex16{re, im};
-            } else {
-                CompactMatrixRealData(*M)[(size_t)i * n + j] = re;
-            }
-        }
-        WaveFunctionFree(&Opsi);
-    }
-    return 0;
+    std::vector<WaveFunctionType> states;
+    states.reserve(psi.size());
+    for (const WaveFunctionType* p : psi) states.push_back(*p);
+    MatrixType dense;
+    if (PsiOperatorPsiMatrix(O, states.data(), (unsigned int)states.size(), &dense) != 0) return 1;
+    int status = MatrixCopyToCompact(dense, M);
+    FreeMatrix(&dense);
+    return status;
 }
 
 int ToMatrixOverList(lua_State* L, const OperatorType& O) {
