@@ -15,27 +15,17 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "host/complex_lua.h"
+#include "host/complex16.h"
 #include "numeric/matrix_lua.h"
 #include "response/blockforms.h"
 #include "response/lua_matrices.h"
+#include "response/lua_tableforms.h"
 #include "response/tridiagonal.h"
+
+using namespace tableform;
 
 namespace {
 
-enum class Form { Chain, Star, Poles, Natural };
-
-template <class T, void (*Free)(T*)>
-struct Guard {
-    T* p;
-    explicit Guard(T* r) : p(r) {}
-    Guard(const Guard&) = delete;
-    Guard& operator=(const Guard&) = delete;
-    ~Guard() {
-        if (p != nullptr) Free(p);
-    }
-    void Release() { p = nullptr; }
-};
 using ListGuard = Guard<BlockListOfPoles, FreeBlockListOfPoles>;
 using ChainGuard = Guard<BlockTriDiagonalMatrixType, FreeBlockTriDiagonalMatrix>;
 using StarGuard = Guard<BlockAndersonMatrixType, FreeBlockAndersonMatrix>;
@@ -46,62 +36,6 @@ using ScalarListGuard = Guard<ListOfPoles, FreeListOfPoles>;
 const char* kBlockPoleShape =
     "Error a list of poles should be a list of two lists {{a1,a2,...,an+1},{b1^2,b2^2,...,bn^2}}, with b matrices "
     "and a1 optionally a matrix";
-const char* kChainShape =
-    "Error a Green's function represented as a tri-diagonal matrix should be a list of two lists "
-    "{{a0,a1,a2,...,an},{b0,b1,b2,...,bn-1}}";
-const char* kNaturalMissing = "Reading Green's function represented as a natural impurity orbital without %s defined";
-
-template <class Step>
-int WithRetry(lua_State* L, Step step) {
-    int info = step();
-    if (info == 1) {
-        lua_gc(L, LUA_GCCOLLECT, 0);
-        info = step();
-    }
-    return info;
-}
-
-Form CheckForm(lua_State* L, int index) {
-    if (!lua_istable(L, index)) luaL_error(L, "Error Green's function should be represented by a table");
-    lua_getfield(L, index, "type");
-    if (lua_isnil(L, -1)) luaL_error(L, "Error Reading Green's function without type declaration.");
-    const char* type = lua_type(L, -1) == LUA_TSTRING ? lua_tostring(L, -1) : luaL_typename(L, -1);
-    Form form;
-    if (strcmp(type, "Tri") == 0)
-        form = Form::Chain;
-    else if (strcmp(type, "And") == 0)
-        form = Form::Star;
-    else if (strcmp(type, "ListOfPoles") == 0)
-        form = Form::Poles;
-    else if (strcmp(type, "NaturalImpurityOrbital") == 0 || strcmp(type, "Nat") == 0)
-        form = Form::Natural;
-    else
-        return static_cast<Form>(luaL_error(L, "Errorr reading Greens function of unknown type (%s)", type));
-    lua_pop(L, 1);
-    return form;
-}
-
-bool ReadReal(lua_State* L, int index, double* x) {
-    Complex16 z;
-    if (LuaToComplex16(L, index, &z) == 0 || z.im != 0.0) return false;
-    *x = z.re;
-    return true;
-}
-
-bool ReadName(lua_State* L, int index, char* name) {
-    lua_getfield(L, index, "name");
-    bool ok = lua_type(L, -1) == LUA_TSTRING || lua_type(L, -1) == LUA_TNUMBER;
-    if (ok) snprintf(name, 256, "%s", lua_tostring(L, -1));
-    lua_pop(L, 1);
-    return ok;
-}
-
-bool ReadNumberField(lua_State* L, int index, const char* field, double* x) {
-    lua_getfield(L, index, field);
-    bool ok = ReadReal(L, -1, x);
-    lua_pop(L, 1);
-    return ok;
-}
 
 // Rows of the matrix at idx, or 0 when it is none.
 uint32_t MatrixRows(lua_State* L, int idx) {
@@ -157,8 +91,7 @@ void PushTwoLists(lua_State* L, int index, size_t* la, size_t* lb, const char* s
 BlockListOfPoles ReadBlockListTable(lua_State* L, int index) {
     char name[256];
     double mu = 0.0;
-    if (!ReadName(L, index, name)) luaL_error(L, "Reading List of poles without name defined");
-    if (!ReadNumberField(L, index, "mu", &mu)) luaL_error(L, "Reading List of poles without mu defined");
+    ReadNameAndMu(L, index, "List of poles", name, &mu);
     size_t la = 0;
     size_t lb = 0;
     PushTwoLists(L, index, &la, &lb, kBlockPoleShape);
@@ -235,10 +168,7 @@ template <class Record, int (*Init)(Record*), void (*Free)(Record*)>
 Record ReadBlockChainLikeTable(lua_State* L, int index, uint32_t knownM = 0, bool allowConstant = false) {
     char name[256];
     double mu = 0.0;
-    if (!ReadName(L, index, name))
-        luaL_error(L, "Reading Green's function represented as a tri-diagonal matrix without name defined");
-    if (!ReadNumberField(L, index, "mu", &mu))
-        luaL_error(L, "Reading Green's function represented as a tri-diagonal matrix without mu defined");
+    ReadNameAndMu(L, index, "Green's function represented as a tri-diagonal matrix", name, &mu);
     size_t la = 0;
     size_t lb = 0;
     PushTwoLists(L, index, &la, &lb, kChainShape);
@@ -291,8 +221,7 @@ BlockAndersonMatrixType ReadStarTable(lua_State* L, int index) {
 BlockNaturalImpurityOrbitalMatrixType ReadNaturalTable(lua_State* L, int index) {
     char name[256];
     double mu = 0.0;
-    if (!ReadName(L, index, name)) luaL_error(L, kNaturalMissing, "name");
-    if (!ReadNumberField(L, index, "mu", &mu)) luaL_error(L, kNaturalMissing, "mu");
+    ReadNameAndMu(L, index, kNaturalWhat, name, &mu);
     lua_getfield(L, index, "epsilon");
     const int ie = lua_gettop(L);
     if (lua_isnil(L, ie)) luaL_error(L, kNaturalMissing, "epsilon");
@@ -337,10 +266,6 @@ BlockNaturalImpurityOrbitalMatrixType ReadNaturalTable(lua_State* L, int index) 
     return B;
 }
 
-void ConversionFailed(lua_State* L, const char* from, const char* to) {
-    luaL_error(L, "Error converting a Green's function from %s to %s", from, to);
-}
-
 // A scalar table read as a list and made a list of 1 by 1 blocks.
 BlockListOfPoles ReadScalarAsBlockList(lua_State* L, int index) {
     ListOfPoles s = luaL_checkListOfPoles(L, index);
@@ -383,23 +308,6 @@ BlockListOfPoles ReadAsList(lua_State* L, int index) {
         }
     }
     return list;
-}
-
-void SetResponseFunctionMeta(lua_State* L) {
-    lua_getglobal(L, "ResponseFunctionMeta");
-    if (lua_istable(L, -1))
-        lua_setmetatable(L, -2);
-    else
-        lua_pop(L, 1);
-}
-
-void PushHead(lua_State* L, const char* type, const char* name, double mu) {
-    lua_pushstring(L, type);
-    lua_setfield(L, -2, "type");
-    lua_pushstring(L, name);
-    lua_setfield(L, -2, "name");
-    lua_pushnumber(L, mu);
-    lua_setfield(L, -2, "mu");
 }
 
 template <class Record>

@@ -7,27 +7,14 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "host/complex16.h"
-#include "host/complex_lua.h"
 #include "response/listofpoles.h"
+#include "response/lua_tableforms.h"
 #include "response/tridiagonal.h"
+
+using namespace tableform;
 
 namespace {
 
-enum class Form { Chain, Star, Poles, Natural };
-
-// Frees a record when a reading error unwinds past it.
-template <class T, void (*Free)(T*)>
-struct Guard {
-    T* p;
-    explicit Guard(T* r) : p(r) {}
-    Guard(const Guard&) = delete;
-    Guard& operator=(const Guard&) = delete;
-    ~Guard() {
-        if (p != nullptr) Free(p);
-    }
-    void Release() { p = nullptr; }
-};
 using ListGuard = Guard<ListOfPoles, FreeListOfPoles>;
 using ChainGuard = Guard<TriDiagonalMatrixType, FreeTriDiagonalMatrix>;
 using StarGuard = Guard<AndersonMatrixType, FreeAndersonMatrix>;
@@ -40,64 +27,6 @@ struct DoubleBuffer {
     DoubleBuffer& operator=(const DoubleBuffer&) = delete;
     ~DoubleBuffer() { free(p); }
 };
-
-// Runs a numeric step; when it reports failure, collects the interpreter's
-// garbage and tries once more.
-template <class Step>
-int WithRetry(lua_State* L, Step step) {
-    int info = step();
-    if (info == 1) {
-        lua_gc(L, LUA_GCCOLLECT, 0);
-        info = step();
-    }
-    return info;
-}
-
-int AbsIndex(lua_State* L, int index) { return index > 0 || index <= LUA_REGISTRYINDEX ? index : lua_gettop(L) + index + 1; }
-
-Form CheckForm(lua_State* L, int index) {
-    if (!lua_istable(L, index)) luaL_error(L, "Error Green's function should be represented by a table");
-    lua_getfield(L, index, "type");
-    if (lua_isnil(L, -1)) luaL_error(L, "Error Reading Green's function without type declaration.");
-    const char* type = lua_type(L, -1) == LUA_TSTRING ? lua_tostring(L, -1) : luaL_typename(L, -1);
-    Form form;
-    if (strcmp(type, "Tri") == 0)
-        form = Form::Chain;
-    else if (strcmp(type, "And") == 0)
-        form = Form::Star;
-    else if (strcmp(type, "ListOfPoles") == 0)
-        form = Form::Poles;
-    else if (strcmp(type, "NaturalImpurityOrbital") == 0 || strcmp(type, "Nat") == 0)
-        form = Form::Natural;
-    else
-        return static_cast<Form>(luaL_error(L, "Errorr reading Greens function of unknown type (%s)", type));
-    lua_pop(L, 1);
-    return form;
-}
-
-// A number, a numeric string, or a complex number without imaginary part.
-bool ReadReal(lua_State* L, int index, double* x) {
-    Complex16 z;
-    if (LuaToComplex16(L, index, &z) == 0 || z.im != 0.0) return false;
-    *x = z.re;
-    return true;
-}
-
-// Copies the name field into name; false if there is none.
-bool ReadName(lua_State* L, int index, char* name) {
-    lua_getfield(L, index, "name");
-    bool ok = lua_type(L, -1) == LUA_TSTRING || lua_type(L, -1) == LUA_TNUMBER;
-    if (ok) snprintf(name, 256, "%s", lua_tostring(L, -1));
-    lua_pop(L, 1);
-    return ok;
-}
-
-bool ReadNumberField(lua_State* L, int index, const char* field, double* x) {
-    lua_getfield(L, index, field);
-    bool ok = ReadReal(L, -1, x);
-    lua_pop(L, 1);
-    return ok;
-}
 
 // The two lists of the array part.  Raises shapeError when they are not
 // two lists of numbers, and the length errors when the first list has fewer
@@ -144,15 +73,11 @@ void ReadTwoLists(lua_State* L, int index, DoubleBuffer* a, uint32_t* na, Double
 
 const char* kPoleShape =
     "Error a list of pole should be a list of two lists {{a0,a1,a2,...,an},{b1^2,b2^2,...,bn^2}}";
-const char* kChainShape =
-    "Error a Green's function represented as a tri-diagonal matrix should be a list of two lists "
-    "{{a0,a1,a2,...,an},{b0,b1,b2,...,bn-1}}";
 
 ListOfPoles ReadPolesTable(lua_State* L, int index) {
     char name[256];
     double mu = 0.0;
-    if (!ReadName(L, index, name)) luaL_error(L, "Reading List of poles without name defined");
-    if (!ReadNumberField(L, index, "mu", &mu)) luaL_error(L, "Reading List of poles without mu defined");
+    ReadNameAndMu(L, index, "List of poles", name, &mu);
     DoubleBuffer a;
     DoubleBuffer b;
     uint32_t na = 0;
@@ -180,10 +105,7 @@ template <class Record, int (*Init)(Record*)>
 Record ReadChainLikeTable(lua_State* L, int index, bool allowConstant = false) {
     char name[256];
     double mu = 0.0;
-    if (!ReadName(L, index, name))
-        luaL_error(L, "Reading Green's function represented as a tri-diagonal matrix without name defined");
-    if (!ReadNumberField(L, index, "mu", &mu))
-        luaL_error(L, "Reading Green's function represented as a tri-diagonal matrix without mu defined");
+    ReadNameAndMu(L, index, "Green's function represented as a tri-diagonal matrix", name, &mu);
     DoubleBuffer a;
     DoubleBuffer b;
     uint32_t na = 0;
@@ -205,32 +127,26 @@ Record ReadChainLikeTable(lua_State* L, int index, bool allowConstant = false) {
 TriDiagonalMatrixType ReadChain(lua_State* L, int index, bool allowConstant = false);
 
 BADoubleTriDiagonalMatrixType ReadNaturalTable(lua_State* L, int index) {
-    const char* missing = "Reading Green's function represented as a natural impurity orbital without %s defined";
     BADoubleTriDiagonalMatrixType B;
-    if (!ReadName(L, index, B.Name)) luaL_error(L, missing, "name");
-    if (!ReadNumberField(L, index, "mu", &B.mu)) luaL_error(L, missing, "mu");
-    if (!ReadNumberField(L, index, "epsilon", &B.epsilon)) luaL_error(L, missing, "epsilon");
+    ReadNameAndMu(L, index, kNaturalWhat, B.Name, &B.mu);
+    if (!ReadNumberField(L, index, "epsilon", &B.epsilon)) luaL_error(L, kNaturalMissing, "epsilon");
     B.F = 1.0;
     lua_getfield(L, index, "val");
-    if (!lua_istable(L, -1)) luaL_error(L, missing, "val");
+    if (!lua_istable(L, -1)) luaL_error(L, kNaturalMissing, "val");
     B.val = ReadChain(L, lua_gettop(L), true);
     ChainGuard gv(&B.val);
     lua_pop(L, 1);
     lua_getfield(L, index, "con");
-    if (!lua_istable(L, -1)) luaL_error(L, missing, "con");
+    if (!lua_istable(L, -1)) luaL_error(L, kNaturalMissing, "con");
     B.con = ReadChain(L, lua_gettop(L), true);
     lua_pop(L, 1);
     gv.Release();
     return B;
 }
 
-void ConversionFailed(lua_State* L, const char* from, const char* to) {
-    luaL_error(L, "Error converting a Green's function from %s to %s", from, to);
-}
-
 // Any form into a list of poles.
 ListOfPoles ReadAsPoles(lua_State* L, int index) {
-    index = AbsIndex(L, index);
+    index = lua_absindex(L, index);
     Form form = CheckForm(L, index);
     ListOfPoles list;
     switch (form) {
@@ -264,7 +180,7 @@ ListOfPoles ReadAsPoles(lua_State* L, int index) {
 }
 
 TriDiagonalMatrixType ReadChain(lua_State* L, int index, bool allowConstant) {
-    index = AbsIndex(L, index);
+    index = lua_absindex(L, index);
     Form form = CheckForm(L, index);
     TriDiagonalMatrixType M;
     switch (form) {
@@ -289,16 +205,6 @@ TriDiagonalMatrixType ReadChain(lua_State* L, int index, bool allowConstant) {
     return M;
 }
 
-// Sets the global ResponseFunctionMeta, when it exists, as the metatable of
-// the table on top of the stack.
-void SetResponseFunctionMeta(lua_State* L) {
-    lua_getglobal(L, "ResponseFunctionMeta");
-    if (lua_istable(L, -1))
-        lua_setmetatable(L, -2);
-    else
-        lua_pop(L, 1);
-}
-
 void PushList(lua_State* L, const double* x, uint32_t n, double first, bool withFirst) {
     lua_createtable(L, static_cast<int>(n + (withFirst ? 1 : 0)), 0);
     int k = 1;
@@ -310,15 +216,6 @@ void PushList(lua_State* L, const double* x, uint32_t n, double first, bool with
         lua_pushnumber(L, x[i]);
         lua_rawseti(L, -2, k++);
     }
-}
-
-void PushHead(lua_State* L, const char* type, const char* name, double mu) {
-    lua_pushstring(L, type);
-    lua_setfield(L, -2, "type");
-    lua_pushstring(L, name);
-    lua_setfield(L, -2, "name");
-    lua_pushnumber(L, mu);
-    lua_setfield(L, -2, "mu");
 }
 
 // A chain or a star; the constant and the first coupling scaled by s2 and
@@ -351,7 +248,7 @@ ListOfPoles luaL_checkListOfPoles(lua_State* L, int index) { return ReadAsPoles(
 TriDiagonalMatrixType luaL_checkTriDiagonalMatrixType(lua_State* L, int index) { return ReadChain(L, index); }
 
 AndersonMatrixType luaL_checkAndersonMatrixType(lua_State* L, int index) {
-    index = AbsIndex(L, index);
+    index = lua_absindex(L, index);
     Form form = CheckForm(L, index);
     if (form == Form::Star) return ReadChainLikeTable<AndersonMatrixType, InitAndersonMatrix>(L, index);
     TriDiagonalMatrixType M = ReadChain(L, index);
@@ -363,7 +260,7 @@ AndersonMatrixType luaL_checkAndersonMatrixType(lua_State* L, int index) {
 }
 
 BADoubleTriDiagonalMatrixType luaL_checkNatrualImpurityOrbitalMatrixType(lua_State* L, int index) {
-    index = AbsIndex(L, index);
+    index = lua_absindex(L, index);
     Form form = CheckForm(L, index);
     if (form == Form::Natural) return ReadNaturalTable(L, index);
     ListOfPoles list = ReadAsPoles(L, index);
