@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <type_traits>
 
 #include "response/listofpoles.h"
 #include "response/tridiagonal.h"
@@ -23,24 +24,75 @@ T* NewRecord(const char* who) {
 
 ResponsefunctionType Failed() { return ResponsefunctionType{0, 0, nullptr, nullptr, 0}; }
 
-// The name field of any representation.
-char* NameOf(const ResponsefunctionType& R) {
-    if (R.QBlock) {
-        switch (Upper(R.type)) {
-            case 'L': return static_cast<BlockListOfPoles*>(R.M)->Name;
-            case 'T': return static_cast<BlockTriDiagonalMatrixType*>(R.M)->Name;
-            case 'A': return static_cast<BlockAndersonMatrixType*>(R.M)->Name;
-            case 'N': return static_cast<BlockNaturalImpurityOrbitalMatrixType*>(R.M)->Name;
+// Calls f(p) with M as the record of the representation of `type`, block
+// or scalar; false, without a call, for an unknown letter.
+template <class F>
+bool VisitRecord(void* M, char type, bool block, F&& f) {
+    if (block) {
+        switch (Upper(type)) {
+            case 'L': f(static_cast<BlockListOfPoles*>(M)); return true;
+            case 'T': f(static_cast<BlockTriDiagonalMatrixType*>(M)); return true;
+            case 'A': f(static_cast<BlockAndersonMatrixType*>(M)); return true;
+            case 'N': f(static_cast<BlockNaturalImpurityOrbitalMatrixType*>(M)); return true;
         }
     } else {
-        switch (Upper(R.type)) {
-            case 'L': return static_cast<ListOfPoles*>(R.M)->Name;
-            case 'T': return static_cast<TriDiagonalMatrixType*>(R.M)->Name;
-            case 'A': return static_cast<AndersonMatrixType*>(R.M)->Name;
-            case 'N': return static_cast<BADoubleTriDiagonalMatrixType*>(R.M)->Name;
+        switch (Upper(type)) {
+            case 'L': f(static_cast<ListOfPoles*>(M)); return true;
+            case 'T': f(static_cast<TriDiagonalMatrixType*>(M)); return true;
+            case 'A': f(static_cast<AndersonMatrixType*>(M)); return true;
+            case 'N': f(static_cast<BADoubleTriDiagonalMatrixType*>(M)); return true;
         }
     }
-    return nullptr;
+    return false;
+}
+
+template <class F>
+bool VisitRecord(const ResponsefunctionType& R, F&& f) {
+    return VisitRecord(R.M, R.type, R.QBlock != 0, f);
+}
+
+// The release and the copy of each representation under one name.
+void FreeRecord(ListOfPoles* p) { FreeListOfPoles(p); }
+void FreeRecord(TriDiagonalMatrixType* p) { FreeTriDiagonalMatrix(p); }
+void FreeRecord(AndersonMatrixType* p) { FreeAndersonMatrix(p); }
+void FreeRecord(BADoubleTriDiagonalMatrixType* p) { FreeBADoubleTriDiagonalMatrix(p); }
+void FreeRecord(BlockListOfPoles* p) { FreeBlockListOfPoles(p); }
+void FreeRecord(BlockTriDiagonalMatrixType* p) { FreeBlockTriDiagonalMatrix(p); }
+void FreeRecord(BlockAndersonMatrixType* p) { FreeBlockAndersonMatrix(p); }
+void FreeRecord(BlockNaturalImpurityOrbitalMatrixType* p) { FreeBlockNaturalImpurityOrbitalMatrix(p); }
+
+int CopyRecord(ListOfPoles* p, const ListOfPoles& in) { return ListOfPolesCopy(p, in); }
+int CopyRecord(TriDiagonalMatrixType* p, const TriDiagonalMatrixType& in) { return TriDiagonalMatrixCopy(p, in); }
+int CopyRecord(AndersonMatrixType* p, const AndersonMatrixType& in) { return AndersonMatrixCopy(p, in); }
+int CopyRecord(BADoubleTriDiagonalMatrixType* p, const BADoubleTriDiagonalMatrixType& in) {
+    return BADoubleTriDiagonalMatrixCopy(p, in);
+}
+int CopyRecord(BlockListOfPoles* p, const BlockListOfPoles& in) { return CopyBlockListOfPoles(p, in); }
+int CopyRecord(BlockTriDiagonalMatrixType* p, const BlockTriDiagonalMatrixType& in) {
+    return CopyBlockTridiagonalMatrix(p, in);
+}
+int CopyRecord(BlockAndersonMatrixType* p, const BlockAndersonMatrixType& in) { return CopyBlockAndersonMatrix(p, in); }
+int CopyRecord(BlockNaturalImpurityOrbitalMatrixType* p, const BlockNaturalImpurityOrbitalMatrixType& in) {
+    return CopyBlockNaturalImpurityOrbitalMatrix(p, in);
+}
+
+// The name field of any representation.
+char* NameOf(const ResponsefunctionType& R) {
+    char* name = nullptr;
+    VisitRecord(R, [&](auto* p) { name = p->Name; });
+    return name;
+}
+
+// Frees the representation of R, read as a block form when block is set,
+// and the grid; false, with nothing freed, for an unknown letter.
+bool ReleaseRecord(ResponsefunctionType* R, bool block) {
+    if (!VisitRecord(R->M, R->type, block, [](auto* p) { FreeRecord(p); })) return false;
+    free(R->M);
+    R->M = nullptr;
+    free(R->SuggestedGrid);
+    R->SuggestedGrid = nullptr;
+    R->NSuggestedGrid = 0;
+    return true;
 }
 
 // Copies the grid of src into dst; 1 on a failed allocation.
@@ -99,20 +151,7 @@ int QResponsefunctionLetter(char type) {
 // ---- release -----------------------------------------------------------------
 
 void FreeBlockMatrix(ResponsefunctionType* R) {
-    switch (Upper(R->type)) {
-        case 'L': FreeBlockListOfPoles(static_cast<BlockListOfPoles*>(R->M)); break;
-        case 'T': FreeBlockTriDiagonalMatrix(static_cast<BlockTriDiagonalMatrixType*>(R->M)); break;
-        case 'A': FreeBlockAndersonMatrix(static_cast<BlockAndersonMatrixType*>(R->M)); break;
-        case 'N':
-            FreeBlockNaturalImpurityOrbitalMatrix(static_cast<BlockNaturalImpurityOrbitalMatrixType*>(R->M));
-            break;
-        default: printf("Error in FreeBlockMatrix unrecognized type %c\n", R->type); return;
-    }
-    free(R->M);
-    R->M = nullptr;
-    free(R->SuggestedGrid);
-    R->SuggestedGrid = nullptr;
-    R->NSuggestedGrid = 0;
+    if (!ReleaseRecord(R, true)) printf("Error in FreeBlockMatrix unrecognized type %c\n", R->type);
 }
 
 void FreeResponsefunction(ResponsefunctionType* R) {
@@ -125,18 +164,7 @@ void FreeResponsefunction(ResponsefunctionType* R) {
         FreeBlockMatrix(R);
         return;
     }
-    switch (Upper(R->type)) {
-        case 'L': FreeListOfPoles(static_cast<ListOfPoles*>(R->M)); break;
-        case 'T': FreeTriDiagonalMatrix(static_cast<TriDiagonalMatrixType*>(R->M)); break;
-        case 'A': FreeAndersonMatrix(static_cast<AndersonMatrixType*>(R->M)); break;
-        case 'N': FreeBADoubleTriDiagonalMatrix(static_cast<BADoubleTriDiagonalMatrixType*>(R->M)); break;
-        default: printf("Error in FreeResponsefunction unrecognized type %c\n", R->type); return;
-    }
-    free(R->M);
-    R->M = nullptr;
-    free(R->SuggestedGrid);
-    R->SuggestedGrid = nullptr;
-    R->NSuggestedGrid = 0;
+    if (!ReleaseRecord(R, false)) printf("Error in FreeResponsefunction unrecognized type %c\n", R->type);
 }
 
 void FreeBlockMatrixFromLua(ResponsefunctionType* R) {
@@ -150,58 +178,14 @@ void FreeBlockMatrixFromLua(ResponsefunctionType* R) {
 // ---- copies -------------------------------------------------------------------
 
 ResponsefunctionType ResponsefunctionCopy(ResponsefunctionType R) {
-    const char* who = "ResponsefunctionCopy";
     ResponsefunctionType out = Failed();
-    if (R.QBlock) {
-        switch (Upper(R.type)) {
-            case 'L':
-                out = Make<BlockListOfPoles>(R.type, 1, [&](BlockListOfPoles* p) {
-                    return CopyBlockListOfPoles(p, *static_cast<BlockListOfPoles*>(R.M));
-                }, who);
-                break;
-            case 'T':
-                out = Make<BlockTriDiagonalMatrixType>(R.type, 1, [&](BlockTriDiagonalMatrixType* p) {
-                    return CopyBlockTridiagonalMatrix(p, *static_cast<BlockTriDiagonalMatrixType*>(R.M));
-                }, who);
-                break;
-            case 'A':
-                out = Make<BlockAndersonMatrixType>(R.type, 1, [&](BlockAndersonMatrixType* p) {
-                    return CopyBlockAndersonMatrix(p, *static_cast<BlockAndersonMatrixType*>(R.M));
-                }, who);
-                break;
-            case 'N':
-                out = Make<BlockNaturalImpurityOrbitalMatrixType>(
-                    R.type, 1, [&](BlockNaturalImpurityOrbitalMatrixType* p) {
-                        return CopyBlockNaturalImpurityOrbitalMatrix(
-                            p, *static_cast<BlockNaturalImpurityOrbitalMatrixType*>(R.M));
-                    }, who);
-                break;
-            default: printf("Error in ResponsefunctionCopy unrecognized type %c\n", R.type); return Failed();
-        }
-    } else {
-        switch (Upper(R.type)) {
-            case 'L':
-                out = Make<ListOfPoles>(R.type, 0, [&](ListOfPoles* p) {
-                    return ListOfPolesCopy(p, *static_cast<ListOfPoles*>(R.M));
-                }, who);
-                break;
-            case 'T':
-                out = Make<TriDiagonalMatrixType>(R.type, 0, [&](TriDiagonalMatrixType* p) {
-                    return TriDiagonalMatrixCopy(p, *static_cast<TriDiagonalMatrixType*>(R.M));
-                }, who);
-                break;
-            case 'A':
-                out = Make<AndersonMatrixType>(R.type, 0, [&](AndersonMatrixType* p) {
-                    return AndersonMatrixCopy(p, *static_cast<AndersonMatrixType*>(R.M));
-                }, who);
-                break;
-            case 'N':
-                out = Make<BADoubleTriDiagonalMatrixType>(R.type, 0, [&](BADoubleTriDiagonalMatrixType* p) {
-                    return BADoubleTriDiagonalMatrixCopy(p, *static_cast<BADoubleTriDiagonalMatrixType*>(R.M));
-                }, who);
-                break;
-            default: printf("Error in ResponsefunctionCopy unrecognized type %c\n", R.type); return Failed();
-        }
+    const bool known = VisitRecord(R, [&](auto* in) {
+        using T = std::remove_pointer_t<decltype(in)>;
+        out = Make<T>(R.type, R.QBlock ? 1 : 0, [&](T* p) { return CopyRecord(p, *in); }, "ResponsefunctionCopy");
+    });
+    if (!known) {
+        printf("Error in ResponsefunctionCopy unrecognized type %c\n", R.type);
+        return Failed();
     }
     return Finish(out, R);
 }
