@@ -8,21 +8,14 @@
 #include "host/complex16.h"
 #include "host/complex_lua.h"
 #include "host/mathlib.h"
+#include "host/mathlib_detail.h"
+
+using mathlib::RealOrComplex;
 
 namespace {
 
 // One degree in radians.
 const double kRadiansPerDegree = M_PI / 180.0;
-
-// f(x) for a number, g(z) for a complex number at argument 1.
-int RealOrComplex(lua_State* L, double (*f)(double), Complex16 (*g)(Complex16)) {
-    if (const Complex16* z = luaL_testComplex16(L, 1)) {
-        LuaPushComplex16(L, g(*z));
-    } else {
-        lua_pushnumber(L, f(luaL_checknumber(L, 1)));
-    }
-    return 1;
-}
 
 Complex16 Ctan(Complex16 z) { return Csin(z) / Ccos(z); }
 Complex16 Ctanh(Complex16 z) { return Csinh(z) / Ccosh(z); }

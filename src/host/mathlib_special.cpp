@@ -9,7 +9,10 @@
 #include "host/complex16.h"
 #include "host/complex_lua.h"
 #include "host/mathlib.h"
+#include "host/mathlib_detail.h"
 #include "host/specialfunctions.h"
+
+using mathlib::RealOrComplex;
 
 namespace {
 
@@ -30,15 +33,6 @@ int CheckTruncatedInt(lua_State* L, int idx) {
     if (x <= (double)INT_MIN) return INT_MIN;
     if (x >= (double)INT_MAX) return INT_MAX;
     return (int)x;
-}
-
-int RealOrComplex(lua_State* L, double (*f)(double), Complex16 (*g)(Complex16)) {
-    if (const Complex16* z = luaL_testComplex16(L, 1)) {
-        LuaPushComplex16(L, g(*z));
-    } else {
-        lua_pushnumber(L, f(luaL_checknumber(L, 1)));
-    }
-    return 1;
 }
 
 // Every C(n, k) with 0 <= n <= this fits in 64 bits, and the integer product
