@@ -17,6 +17,33 @@ namespace {
 // One degree in radians.
 const double kRadiansPerDegree = M_PI / 180.0;
 
+// f of the number at argument 1.
+int Real1(lua_State* L, double (*f)(double)) {
+    lua_pushnumber(L, f(luaL_checknumber(L, 1)));
+    return 1;
+}
+
+// f of the numbers at arguments 1 and 2.
+int Real2(lua_State* L, double (*f)(double, double)) {
+    double x = luaL_checknumber(L, 1);
+    double y = luaL_checknumber(L, 2);
+    lua_pushnumber(L, f(x, y));
+    return 1;
+}
+
+// The first of the numbers at arguments 1, 2, ... in the order `before`
+// (the earliest of equals).
+int Extreme(lua_State* L, bool (*before)(double, double)) {
+    int n = lua_gettop(L);
+    double m = luaL_checknumber(L, 1);
+    for (int i = 2; i <= n; i++) {
+        double d = luaL_checknumber(L, i);
+        if (before(d, m)) m = d;
+    }
+    lua_pushnumber(L, m);
+    return 1;
+}
+
 Complex16 Ctan(Complex16 z) { return Csin(z) / Ccos(z); }
 Complex16 Ctanh(Complex16 z) { return Csinh(z) / Ccosh(z); }
 
@@ -86,44 +113,13 @@ int math_sqrt(lua_State* L) {
     return 1;
 }
 
-int math_acos(lua_State* L) {
-    lua_pushnumber(L, std::acos(luaL_checknumber(L, 1)));
-    return 1;
-}
-
-int math_asin(lua_State* L) {
-    lua_pushnumber(L, std::asin(luaL_checknumber(L, 1)));
-    return 1;
-}
-
-int math_atan(lua_State* L) {
-    lua_pushnumber(L, std::atan(luaL_checknumber(L, 1)));
-    return 1;
-}
-
-int math_atan2(lua_State* L) {
-    double y = luaL_checknumber(L, 1);
-    double x = luaL_checknumber(L, 2);
-    lua_pushnumber(L, std::atan2(y, x));
-    return 1;
-}
-
-int math_ceil(lua_State* L) {
-    lua_pushnumber(L, std::ceil(luaL_checknumber(L, 1)));
-    return 1;
-}
-
-int math_floor(lua_State* L) {
-    lua_pushnumber(L, std::floor(luaL_checknumber(L, 1)));
-    return 1;
-}
-
-int math_fmod(lua_State* L) {
-    double a = luaL_checknumber(L, 1);
-    double b = luaL_checknumber(L, 2);
-    lua_pushnumber(L, std::fmod(a, b));
-    return 1;
-}
+int math_acos(lua_State* L) { return Real1(L, std::acos); }
+int math_asin(lua_State* L) { return Real1(L, std::asin); }
+int math_atan(lua_State* L) { return Real1(L, std::atan); }
+int math_atan2(lua_State* L) { return Real2(L, std::atan2); }
+int math_ceil(lua_State* L) { return Real1(L, std::ceil); }
+int math_floor(lua_State* L) { return Real1(L, std::floor); }
+int math_fmod(lua_State* L) { return Real2(L, std::fmod); }
 
 // Integral part, then fractional part.
 int math_modf(lua_State* L) {
@@ -135,13 +131,11 @@ int math_modf(lua_State* L) {
 }
 
 int math_deg(lua_State* L) {
-    lua_pushnumber(L, luaL_checknumber(L, 1) / kRadiansPerDegree);
-    return 1;
+    return Real1(L, [](double x) { return x / kRadiansPerDegree; });
 }
 
 int math_rad(lua_State* L) {
-    lua_pushnumber(L, luaL_checknumber(L, 1) * kRadiansPerDegree);
-    return 1;
+    return Real1(L, [](double x) { return x * kRadiansPerDegree; });
 }
 
 // Mantissa in [0.5, 1) and exponent.
@@ -159,31 +153,12 @@ int math_ldexp(lua_State* L) {
     return 1;
 }
 
-int math_pow(lua_State* L) {
-    double x = luaL_checknumber(L, 1);
-    double y = luaL_checknumber(L, 2);
-    lua_pushnumber(L, std::pow(x, y));
-    return 1;
-}
+int math_pow(lua_State* L) { return Real2(L, std::pow); }
 
 int math_min(lua_State* L) {
-    int n = lua_gettop(L);
-    double m = luaL_checknumber(L, 1);
-    for (int i = 2; i <= n; i++) {
-        double d = luaL_checknumber(L, i);
-        if (d < m) m = d;
-    }
-    lua_pushnumber(L, m);
-    return 1;
+    return Extreme(L, [](double a, double b) { return a < b; });
 }
 
 int math_max(lua_State* L) {
-    int n = lua_gettop(L);
-    double m = luaL_checknumber(L, 1);
-    for (int i = 2; i <= n; i++) {
-        double d = luaL_checknumber(L, i);
-        if (d > m) m = d;
-    }
-    lua_pushnumber(L, m);
-    return 1;
+    return Extreme(L, [](double a, double b) { return a > b; });
 }
