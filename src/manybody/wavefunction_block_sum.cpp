@@ -4,13 +4,11 @@
 #include <cstdlib>
 
 #include "manybody/wavefunction_algebra.h"
+#include "manybody/wavefunction_slots.h"
+
+using wfslots::ReportIn;
 
 namespace {
-
-void ReportIn(const char* what, const char* fn) {
-    printf("%s in %s\n", what, fn);
-    fflush(stdout);
-}
 
 bool CheckBlocks(const WaveFunctionType* a, unsigned int na, const WaveFunctionType* b, unsigned int nb,
                  bool complexTarget, const char* fn) {

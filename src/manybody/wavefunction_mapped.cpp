@@ -16,14 +16,12 @@
 
 #include "manybody/hash.h"
 #include "manybody/wavefunction_algebra.h"
+#include "manybody/wavefunction_slots.h"
 #include "numeric/matrix.h"
 
-namespace {
+using wfslots::ReportIn;
 
-void ReportIn(const char* what, const char* fn) {
-    printf("%s in %s\n", what, fn);
-    fflush(stdout);
-}
+namespace {
 
 // (-1)^(number of occupied fermion modes below mode r).
 double Sign(const uint8_t* det, unsigned int r) {

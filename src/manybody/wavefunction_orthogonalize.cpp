@@ -9,14 +9,15 @@
 #include "manybody/wavefunction_algebra.h"
 #include "manybody/wavefunction_slots.h"
 
+using wfslots::AnyComplex;
+using wfslots::CheckReal;
+using wfslots::PromoteAll;
+using wfslots::ReportIn;
+using wfslots::SharedBasis;
+
 namespace {
 
 enum class Relation { Union, Same, Conserve };
-
-void ReportIn(const char* what, const char* fn) {
-    printf("%s in %s\n", what, fn);
-    fflush(stdout);
-}
 
 // <b|a> in the relation's way: paired blocks on one basis, else lookups.
 Complex16 Overlap(const WaveFunctionType& b, const WaveFunctionType& a, Relation r) {
@@ -76,18 +77,8 @@ int Project(WaveFunctionType* a, const WaveFunctionType* b, unsigned int n, Rela
     return 0;
 }
 
-bool AnyComplex(const WaveFunctionType* b, unsigned int n) {
-    for (unsigned int k = 0; k < n; k++)
-        if (b[k].QComplex) return true;
-    return false;
-}
-
 int RealOrthogonalize(WaveFunctionType* a, const WaveFunctionType* b, unsigned int n, Relation r, const char* fn) {
-    if (a->QComplex || AnyComplex(b, n)) {
-        printf("%s called with a complex function\n", fn);
-        fflush(stdout);
-        return 1;
-    }
+    if (!CheckReal(a, 1, fn) || !CheckReal(b, n, fn)) return 1;
     return Project(a, b, n, r, fn);
 }
 
@@ -142,26 +133,7 @@ void SwapStates(WaveFunctionType* list, unsigned int i, unsigned int j, bool sha
 
 // Makes every state of the list complex when one of them is.
 int UniformKind(WaveFunctionType* list, unsigned int n, const char* fn) {
-    if (!AnyComplex(list, n)) return 0;
-    for (unsigned int i = 0; i < n; i++) {
-        if (list[i].QComplex) continue;
-        if (PromoteRealWaveFunctionToComplex(&list[i])) {
-            ReportIn("MakeComplexWaveFunctionFromReal failed", fn);
-            return 1;
-        }
-    }
-    return 0;
-}
-
-bool SharedBasis(const WaveFunctionType* list, unsigned int n, const char* fn) {
-    for (unsigned int i = 1; i < n; i++) {
-        if (!wfslots::SameBasis(list[0], list[i])) {
-            printf("%s called with functions that do not share one basis (function %u)\n", fn, i + 1);
-            fflush(stdout);
-            return false;
-        }
-    }
-    return true;
+    return AnyComplex(list, n) ? PromoteAll(list, n, fn) : 0;
 }
 
 // Gram-Schmidt over the list; see the header for the rules.

@@ -1,4 +1,5 @@
-// Loops over the value slots of a state, shared by the algebra files.
+// Loops over the value slots of a state, and the checks and messages on
+// lists of states, shared by the algebra files.
 //
 // The elements 1..N lie in blocks 0..N>>14; every block below the last is
 // full, and the last holds slots 0..(N & 0x3FFF).  The loops visit slot 0 of
@@ -25,6 +26,12 @@ constexpr uint32_t kParallelSlots = 4096;
 
 inline void Report(const char* text) {
     printf("%s\n", text);
+    fflush(stdout);
+}
+
+// The line "<what> in <fn>", flushed.
+inline void ReportIn(const char* what, const char* fn) {
+    printf("%s in %s\n", what, fn);
     fflush(stdout);
 }
 
@@ -94,6 +101,48 @@ Complex16 SumSlots2(uint32_t N, F f) {
 // Whether two records alias one basis, as the SameBasis functions need.
 inline bool SameBasis(const WaveFunctionType& a, const WaveFunctionType& b) {
     return a.KeyList == b.KeyList && a.N == b.N && a.NWord == b.NWord;
+}
+
+// Whether one of the n states is complex.
+inline bool AnyComplex(const WaveFunctionType* list, unsigned int n) {
+    for (unsigned int i = 0; i < n; i++)
+        if (list[i].QComplex) return true;
+    return false;
+}
+
+// True when none of the n states is complex; otherwise false after the
+// line "<fn> called with a complex function".
+inline bool CheckReal(const WaveFunctionType* list, unsigned int n, const char* fn) {
+    if (!AnyComplex(list, n)) return true;
+    printf("%s called with a complex function\n", fn);
+    fflush(stdout);
+    return false;
+}
+
+// True when the n states all share the basis of the first; otherwise false
+// after a line naming fn and the first state that does not.
+inline bool SharedBasis(const WaveFunctionType* list, unsigned int n, const char* fn) {
+    for (unsigned int i = 1; i < n; i++) {
+        if (!SameBasis(list[0], list[i])) {
+            printf("%s called with functions that do not share one basis (function %u)\n", fn, i + 1);
+            fflush(stdout);
+            return false;
+        }
+    }
+    return true;
+}
+
+// Makes every real state of the list complex; 1 after a line naming fn when
+// one can not be.
+inline int PromoteAll(WaveFunctionType* list, unsigned int n, const char* fn) {
+    for (unsigned int i = 0; i < n; i++) {
+        if (list[i].QComplex) continue;
+        if (PromoteRealWaveFunctionToComplex(&list[i])) {
+            ReportIn("MakeComplexWaveFunctionFromReal failed", fn);
+            return 1;
+        }
+    }
+    return 0;
 }
 
 // Frees the imaginary blocks of a complex state and makes it real.

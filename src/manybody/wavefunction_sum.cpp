@@ -7,6 +7,8 @@
 #include "manybody/wavefunction_algebra.h"
 #include "manybody/wavefunction_slots.h"
 
+using wfslots::ReportIn;
+
 namespace {
 
 // Kinds of (target, source).
@@ -21,11 +23,6 @@ struct Factor {
 inline void AtomicAdd(double& target, double value) {
 #pragma omp atomic
     target += value;
-}
-
-void ReportIn(const char* what, const char* fn) {
-    printf("%s in %s\n", what, fn);
-    fflush(stdout);
 }
 
 bool KindIs(const WaveFunctionType& a, const WaveFunctionType& b, Kind k) {

@@ -14,45 +14,18 @@
 #include "manybody/wavefunction_slots.h"
 #include "numeric/lapack.h"
 
+using wfslots::AnyComplex;
+using wfslots::CheckReal;
+using wfslots::PromoteAll;
+using wfslots::ReportIn;
+using wfslots::SharedBasis;
+
 namespace {
 
 const char* RealWord = "RealWaveFunctionListSVDOrthogonalize";
 const char* ComplexWord = "ComplexWaveFunctionListSVDOrthogonalize";
 
-void ReportIn(const char* what, const char* fn) {
-    printf("%s in %s\n", what, fn);
-    fflush(stdout);
-}
-
 Complex16 Conj(Complex16 z) { return Complex16{z.re, -z.im}; }
-
-int PromoteAll(WaveFunctionType* list, unsigned int n, const char* fn) {
-    for (unsigned int i = 0; i < n; i++) {
-        if (list[i].QComplex) continue;
-        if (PromoteRealWaveFunctionToComplex(&list[i])) {
-            ReportIn("MakeComplexWaveFunctionFromReal failed", fn);
-            return 1;
-        }
-    }
-    return 0;
-}
-
-bool AnyComplex(const WaveFunctionType* list, unsigned int n) {
-    for (unsigned int i = 0; i < n; i++)
-        if (list[i].QComplex) return true;
-    return false;
-}
-
-bool SharedBasis(const WaveFunctionType* list, unsigned int n, const char* fn) {
-    for (unsigned int i = 1; i < n; i++) {
-        if (!wfslots::SameBasis(list[0], list[i])) {
-            printf("%s called with functions that do not share one basis (function %u)\n", fn, i + 1);
-            fflush(stdout);
-            return false;
-        }
-    }
-    return true;
-}
 
 // The overlap matrix of n states on one basis in one sweep over the blocks:
 // each thread sums into its own n*n accumulator, combined afterwards.
@@ -344,13 +317,6 @@ int SVDUnion(WaveFunctionType* list, unsigned int n, bool cplx, double singularV
     free(fresh);
     if (nKept != nullptr) *nKept = kept;
     return 0;
-}
-
-bool CheckReal(const WaveFunctionType* list, unsigned int n, const char* fn) {
-    if (!AnyComplex(list, n)) return true;
-    printf("%s called with a complex function\n", fn);
-    fflush(stdout);
-    return false;
 }
 
 }  // namespace
