@@ -3,8 +3,10 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "manybody/fatal.h"
 #include "manybody/wavefunction.h"
+#include "manybody/wavefunction_rebuild.h"
+
+using namespace wfrebuild;
 
 namespace {
 
@@ -13,53 +15,8 @@ void Report(const char* text) {
     fflush(stdout);
 }
 
-template <typename T>
-void FreeBlocks(T** blocks, uint32_t from, uint32_t to) {
-    if (blocks == nullptr) return;
-    for (uint32_t b = from; b < to; b++) {
-        free(blocks[b]);
-        blocks[b] = nullptr;
-    }
-}
-
-// Shrinking a pointer array may fail only in theory; the larger array is
-// then kept, which is harmless.
-template <typename T>
-void ShrinkArray(T**& field, uint32_t n) {
-    if (field == nullptr) return;
-    void* p = realloc(field, n * sizeof(T*));
-    if (p != nullptr) field = static_cast<T**>(p);
-}
-
 bool Passes(const WaveFunctionType& psi, uint32_t i) {
-    if (psi.QComplex) {
-        double re = WaveFunctionRe(psi, i), im = WaveFunctionIm(psi, i);
-        return re * re + im * im > ZeroCut;
-    }
-    return fabs(WaveFunctionRe(psi, i)) > SqrtZeroCut;
-}
-
-// Frees the blocks above the last one that the (new) N needs and shrinks the
-// pointer arrays to match, for count members sharing member 0's basis.
-void DropUnusedBlocks(WaveFunctionType* psi, unsigned int count) {
-    const uint32_t oldBlok = psi[0].NBlok;
-    const uint32_t newBlok = (psi[0].N >> WaveFunctionBlokShift) + 1;
-    if (newBlok >= oldBlok) return;
-    for (unsigned int j = 0; j < count; j++) {
-        FreeBlocks(psi[j].ValueRe, newBlok, oldBlok);
-        FreeBlocks(psi[j].ValueIm, newBlok, oldBlok);
-        ShrinkArray(psi[j].ValueRe, newBlok);
-        ShrinkArray(psi[j].ValueIm, newBlok);
-        psi[j].NBlok = newBlok;
-    }
-    FreeBlocks(psi[0].Next, newBlok, oldBlok);
-    FreeBlocks(psi[0].Determinant, newBlok, oldBlok);
-    ShrinkArray(psi[0].Next, newBlok);
-    ShrinkArray(psi[0].Determinant, newBlok);
-    for (unsigned int j = 1; j < count; j++) {
-        psi[j].Next = psi[0].Next;
-        psi[j].Determinant = psi[0].Determinant;
-    }
+    return psi.QComplex ? ComplexKept(psi, i, ZeroCut) : RealKept(psi, i, SqrtZeroCut);
 }
 
 // The single-state re-key.  The key list is resized in place and then
@@ -81,17 +38,8 @@ int ResetKeylistSingle(WaveFunctionType* psi, uint32_t nbits) {
     psi->NBitsKey = nbits;
     psi->N = 0;
 
-    // Every slot from 0 to the old N in storage order; a kept element moves
-    // to the next free index, which is never ahead of the slot being read.
-    for (uint32_t i = 0; i <= oldN; i++) {
-        WaveFunctionNext(*psi, i) = 0;
-        if (!Passes(*psi, i)) continue;
-        int failed = psi->QComplex ? ComplexWaveFunctionAddElement(psi, WaveFunctionDet(*psi, i),
-                                                                   WaveFunctionRe(*psi, i), WaveFunctionIm(*psi, i))
-                                   : RealWaveFunctionAddElement(psi, WaveFunctionDet(*psi, i), WaveFunctionRe(*psi, i));
-        if (failed) FatalAllocationExit();
-    }
-    DropUnusedBlocks(psi, 1);
+    double re = 0.0, im = 0.0;
+    ReinsertKept(psi, 1, oldN, [psi](uint32_t i) { return Passes(*psi, i); }, &re, psi->QComplex ? &im : nullptr);
     return 0;
 }
 
@@ -107,8 +55,6 @@ int ResetKeylistBlock(WaveFunctionType* psi, unsigned int count, uint32_t nbits,
         free(keys);
         return 1;
     }
-    double* re = values;
-    double* im = values + count;
 
     const uint32_t oldN = psi[0].N;
     for (unsigned int j = 0; j < count; j++) {
@@ -122,22 +68,13 @@ int ResetKeylistBlock(WaveFunctionType* psi, unsigned int count, uint32_t nbits,
         psi[j].N = 0;
     }
 
-    for (uint32_t i = 0; i <= oldN; i++) {
-        WaveFunctionNext(psi[0], i) = 0;
-        bool keep = false;
-        for (unsigned int j = 0; j < count; j++) keep = keep || Passes(psi[j], i);
-        if (!keep) continue;
-        for (unsigned int j = 0; j < count; j++) {
-            re[j] = WaveFunctionRe(psi[j], i);
-            if (cplx) im[j] = WaveFunctionIm(psi[j], i);
-        }
-        const uint8_t* det = WaveFunctionDet(psi[0], i);
-        int failed = cplx ? ComplexBlockWaveFunctionAddElement(psi, det, re, im, count)
-                          : RealBlockWaveFunctionAddElement(psi, det, re, count);
-        if (failed) FatalAllocationExit();
-    }
+    auto anyPasses = [psi, count](uint32_t i) {
+        for (unsigned int j = 0; j < count; j++)
+            if (Passes(psi[j], i)) return true;
+        return false;
+    };
+    ReinsertKept(psi, count, oldN, anyPasses, values, cplx ? values + count : nullptr);
     free(values);
-    DropUnusedBlocks(psi, count);
     return 0;
 }
 

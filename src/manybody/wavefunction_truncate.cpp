@@ -10,58 +10,17 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "manybody/fatal.h"
 #include "manybody/wavefunction_algebra.h"
+#include "manybody/wavefunction_rebuild.h"
 #include "manybody/wavefunction_slots.h"
+
+using namespace wfrebuild;
 
 namespace {
 
-// Shrinking a pointer array fails only in theory; the larger array is then
-// kept, which is harmless.
-template <typename T>
-void ShrinkArray(T**& field, uint32_t n) {
-    if (field == nullptr) return;
-    void* p = realloc(field, n * sizeof(T*));
-    if (p != nullptr) field = static_cast<T**>(p);
-}
-
-template <typename T>
-void FreeBlocks(T** blocks, uint32_t from, uint32_t to) {
-    if (blocks == nullptr) return;
-    for (uint32_t b = from; b < to; b++) {
-        free(blocks[b]);
-        blocks[b] = nullptr;
-    }
-}
-
-// Frees the blocks that the new N no longer needs, for count members that
-// share the basis of member 0.
-void DropUnusedBlocks(WaveFunctionType* psi, unsigned int count) {
-    const uint32_t oldBlok = psi[0].NBlok;
-    const uint32_t newBlok = (psi[0].N >> WaveFunctionBlokShift) + 1;
-    if (newBlok >= oldBlok) return;
-    for (unsigned int j = 0; j < count; j++) {
-        FreeBlocks(psi[j].ValueRe, newBlok, oldBlok);
-        FreeBlocks(psi[j].ValueIm, newBlok, oldBlok);
-        ShrinkArray(psi[j].ValueRe, newBlok);
-        ShrinkArray(psi[j].ValueIm, newBlok);
-    }
-    FreeBlocks(psi[0].Next, newBlok, oldBlok);
-    FreeBlocks(psi[0].Determinant, newBlok, oldBlok);
-    ShrinkArray(psi[0].Next, newBlok);
-    ShrinkArray(psi[0].Determinant, newBlok);
-    for (unsigned int j = 0; j < count; j++) {
-        psi[j].NBlok = newBlok;
-        psi[j].Next = psi[0].Next;
-        psi[j].Determinant = psi[0].Determinant;
-    }
-}
-
 // Rebuilds the count members sharing the basis of member 0, keeping the
 // elements i for which keep(i) holds.  Returns 1 (nothing changed) only when
-// the scratch values can not be allocated; a failed re-insertion, which can
-// only come from a corrupt state since no block is ever added, ends the
-// process.
+// the scratch values can not be allocated.
 template <class Keep>
 int Rebuild(WaveFunctionType* psi, unsigned int count, Keep keep, const char* fn) {
     if (count == 0) return 0;
@@ -72,8 +31,6 @@ int Rebuild(WaveFunctionType* psi, unsigned int count, Keep keep, const char* fn
         fflush(stdout);
         return 1;
     }
-    double* re = values;
-    double* im = values + count;
 
     const uint32_t oldN = psi[0].N;
     uint32_t* keys = psi[0].KeyList;
@@ -84,29 +41,9 @@ int Rebuild(WaveFunctionType* psi, unsigned int count, Keep keep, const char* fn
         psi[j].ValueRe[0][0] = 0.0;
         if (psi[j].QComplex) psi[j].ValueIm[0][0] = 0.0;
     }
-
-    for (uint32_t i = 1; i <= oldN; i++) {
-        WaveFunctionNext(psi[0], i) = 0;
-        if (!keep(i)) continue;
-        for (unsigned int j = 0; j < count; j++) {
-            re[j] = WaveFunctionRe(psi[j], i);
-            if (cplx) im[j] = WaveFunctionIm(psi[j], i);
-        }
-        const uint8_t* det = WaveFunctionDet(psi[0], i);
-        const int failed = cplx ? ComplexBlockWaveFunctionAddElement(psi, det, re, im, count)
-                                : RealBlockWaveFunctionAddElement(psi, det, re, count);
-        if (failed) FatalAllocationExit();
-    }
+    ReinsertKept(psi, count, oldN, keep, values, cplx ? values + count : nullptr);
     free(values);
-    DropUnusedBlocks(psi, count);
     return 0;
-}
-
-bool RealKept(const WaveFunctionType& psi, uint32_t i, double eps) { return fabs(WaveFunctionRe(psi, i)) > eps; }
-
-bool ComplexKept(const WaveFunctionType& psi, uint32_t i, double eps2) {
-    const double re = WaveFunctionRe(psi, i), im = WaveFunctionIm(psi, i);
-    return re * re + im * im > eps2;
 }
 
 // The complex truncation; with allowReal the state becomes real when no kept
