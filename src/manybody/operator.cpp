@@ -3,43 +3,23 @@
 #include "manybody/operator.h"
 
 #include <cmath>
-#include <cstdarg>
 #include <cstdlib>
 #include <cstring>
 
 #include "manybody/hash.h"
+#include "manybody/operator_algebra_detail.h"
 #include "manybody/zerocut.h"
 
+using opalg::FreeLengthArrays;
+using opalg::KeyListSize;
+using opalg::Report;
+
 namespace {
-
-// Prints one failure line on the standard output (adding the line end when
-// the text has none) and flushes it, so it is seen even if the caller
-// recovers.
-void Report(const char* format, ...) {
-    va_list args;
-    va_start(args, format);
-    vprintf(format, args);
-    va_end(args);
-    size_t n = strlen(format);
-    if (n == 0 || format[n - 1] != '\n') putchar('\n');
-    fflush(stdout);
-}
-
-inline size_t KeyListSize(uint32_t nbits) { return (size_t)1 << (nbits & 31); }
 
 void ClearFixedLength(OperatorFixedLengthType* f) { memset(f, 0, sizeof(*f)); }
 
 void FreeFixedLengthStorage(OperatorFixedLengthType* f) {
-    free(f->o);
-    free(f->Next);
-    free(f->VRe);
-    free(f->V);
-    f->o = nullptr;
-    f->Next = nullptr;
-    f->VRe = nullptr;
-    f->V = nullptr;
-    f->N = 0;
-    f->NAloc = 0;
+    FreeLengthArrays(f);
     f->QComplex = 0;
 }
 
@@ -206,6 +186,15 @@ int AddTerm(OperatorType* O, const uint16_t* o, unsigned int length, double re, 
     f->N = n + 1;
     f->Next[tail] = f->N;
     return 0;
+}
+
+// 1 when every one of the n values lies in [lo, hi].
+template <typename T>
+int AllInRange(T lo, T hi, const T* array, unsigned int n) {
+    for (unsigned int i = 0; i < n; i++) {
+        if (array[i] < lo || array[i] > hi) return 0;
+    }
+    return 1;
 }
 
 // 0-based index of a term of a length above 0, or -1.
@@ -446,22 +435,13 @@ void FreeOperator(OperatorType* O) {
 }
 
 int Test_uint8_t_array_in_range(uint8_t lo, uint8_t hi, const uint8_t* array, unsigned int n) {
-    for (unsigned int i = 0; i < n; i++) {
-        if (array[i] < lo || array[i] > hi) return 0;
-    }
-    return 1;
+    return AllInRange(lo, hi, array, n);
 }
 
 int Test_uint16_t_array_in_range(uint16_t lo, uint16_t hi, const uint16_t* array, unsigned int n) {
-    for (unsigned int i = 0; i < n; i++) {
-        if (array[i] < lo || array[i] > hi) return 0;
-    }
-    return 1;
+    return AllInRange(lo, hi, array, n);
 }
 
 int Test_uint32_t_array_in_range(uint32_t lo, uint32_t hi, const uint32_t* array, unsigned int n) {
-    for (unsigned int i = 0; i < n; i++) {
-        if (array[i] < lo || array[i] > hi) return 0;
-    }
-    return 1;
+    return AllInRange(lo, hi, array, n);
 }

@@ -1,10 +1,12 @@
-// Helpers shared by the operator-algebra sources; not part of the interface.
+// Helpers shared by the sources of the operator store and the operator
+// algebra; not part of the interface.
 #ifndef SKELDA_MANYBODY_OPERATOR_ALGEBRA_DETAIL_H
 #define SKELDA_MANYBODY_OPERATOR_ALGEBRA_DETAIL_H
 
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "host/complex16.h"
@@ -23,6 +25,24 @@ __attribute__((format(printf, 1, 2))) inline void Report(const char* format, ...
     size_t n = strlen(format);
     if (n == 0 || format[n - 1] != '\n') putchar('\n');
     fflush(stdout);
+}
+
+// Buckets of a hash table of nbits key bits.
+inline size_t KeyListSize(uint32_t nbits) { return (size_t)1 << (nbits & 31); }
+
+// Frees the term, chain and value arrays of a length and leaves it without
+// terms or capacity; the hash table and the kind stay.
+inline void FreeLengthArrays(OperatorFixedLengthType* f) {
+    free(f->o);
+    free(f->Next);
+    free(f->VRe);
+    free(f->V);
+    f->o = nullptr;
+    f->Next = nullptr;
+    f->VRe = nullptr;
+    f->V = nullptr;
+    f->N = 0;
+    f->NAloc = 0;
 }
 
 // Value of term t of a length, whatever its kind.
