@@ -9,11 +9,11 @@
 #include "manybody/operator_algebra_detail.h"
 #include "manybody/zerocut.h"
 
+using opalg::FreeLengthArrays;
+using opalg::KeyListSize;
 using opalg::Report;
 
 namespace {
-
-inline size_t KeyListSize(uint32_t nbits) { return (size_t)1 << (nbits & 31); }
 
 // Keeps the terms of a length above 0 for which keep(t) holds, in their
 // order, and rebuilds the hash chains over them.  N changes; the arrays keep
@@ -43,23 +43,23 @@ void CompactLength(OperatorFixedLengthType* f, unsigned int length, Keep keep) {
     f->N = n;
 }
 
-// Gives a complex length real values when every imaginary part is below
-// limit.  Returns 1 only when the real array could not be had (the length
-// stays complex, with those imaginary parts set to 0).
-int MakeComplexLengthRealBelow(OperatorFixedLengthType* f, double limit) {
-    if (!f->QComplex) return 0;
-    for (uint32_t t = 0; t < f->N; t++) {
-        if (!(std::fabs(f->V[t].im) < limit)) return 0;
+// Whether every imaginary part of a complex length is below limit.
+bool ImaginaryBelow(const OperatorFixedLengthType& f, double limit) {
+    for (uint32_t t = 0; t < f.N; t++) {
+        if (!(std::fabs(f.V[t].im) < limit)) return false;
     }
+    return true;
+}
+
+// Replaces the values of a complex length by their real parts; 1, with
+// nothing changed, when the real array can not be had.
+int KeepRealParts(OperatorFixedLengthType* f) {
     if (f->NAloc == 0) {
         f->QComplex = 0;
         return 0;
     }
     double* re = (double*)malloc((size_t)f->NAloc * sizeof(double));
-    if (re == nullptr) {
-        for (uint32_t t = 0; t < f->N; t++) f->V[t].im = 0.0;
-        return 1;
-    }
+    if (re == nullptr) return 1;
     for (uint32_t t = 0; t < f->N; t++) re[t] = f->V[t].re;
     free(f->V);
     f->V = nullptr;
@@ -68,50 +68,42 @@ int MakeComplexLengthRealBelow(OperatorFixedLengthType* f, double limit) {
     return 0;
 }
 
+// Gives a complex length real values when every imaginary part is below
+// limit.  Returns 1 only when the real array could not be had (the length
+// stays complex, with those imaginary parts set to 0).
+int MakeComplexLengthRealBelow(OperatorFixedLengthType* f, double limit) {
+    if (!f->QComplex || !ImaginaryBelow(*f, limit)) return 0;
+    if (KeepRealParts(f) == 0) return 0;
+    for (uint32_t t = 0; t < f->N; t++) f->V[t].im = 0.0;
+    return 1;
+}
+
+// Shrinks one array of a length to n entries, or ends the process.
+template <typename T>
+void ShrinkOrExit(T*& p, size_t n, unsigned int j, const char* field, const char* caller) {
+    T* q = (T*)realloc(p, n * sizeof(T));
+    if (q == nullptr) {
+        Report("realloc failed for O->l[j=%i].%s in %s\n This should not happen\n No clue how to recover\n", j, field,
+               caller);
+        exit(1);
+    }
+    p = q;
+}
+
 // Shrinks the arrays of a length above 0 to its N terms.  A shrinking
 // realloc that fails leaves nothing sensible to do: the process ends.
 void ShrinkLength(OperatorFixedLengthType* f, unsigned int length, unsigned int j, const char* caller) {
     if (f->N == f->NAloc) return;
     if (f->N == 0) {
-        free(f->o);
-        free(f->Next);
-        free(f->VRe);
-        free(f->V);
-        f->o = nullptr;
-        f->Next = nullptr;
-        f->VRe = nullptr;
-        f->V = nullptr;
-        f->NAloc = 0;
+        FreeLengthArrays(f);
         return;
     }
-    const char* format = "realloc failed for O->l[j=%i].%s in %s\n This should not happen\n No clue how to recover\n";
-    uint16_t* o = (uint16_t*)realloc(f->o, (size_t)f->N * length * sizeof(uint16_t));
-    if (o == nullptr) {
-        Report(format, j, "o", caller);
-        exit(1);
-    }
-    f->o = o;
-    uint32_t* next = (uint32_t*)realloc(f->Next, (size_t)f->N * sizeof(uint32_t));
-    if (next == nullptr) {
-        Report(format, j, "Next", caller);
-        exit(1);
-    }
-    f->Next = next;
-    if (f->QComplex) {
-        Complex16* v = (Complex16*)realloc(f->V, (size_t)f->N * sizeof(Complex16));
-        if (v == nullptr) {
-            Report(format, j, "V", caller);
-            exit(1);
-        }
-        f->V = v;
-    } else {
-        double* v = (double*)realloc(f->VRe, (size_t)f->N * sizeof(double));
-        if (v == nullptr) {
-            Report(format, j, "VRe", caller);
-            exit(1);
-        }
-        f->VRe = v;
-    }
+    ShrinkOrExit(f->o, (size_t)f->N * length, j, "o", caller);
+    ShrinkOrExit(f->Next, f->N, j, "Next", caller);
+    if (f->QComplex)
+        ShrinkOrExit(f->V, f->N, j, "V", caller);
+    else
+        ShrinkOrExit(f->VRe, f->N, j, "VRe", caller);
     f->NAloc = f->N;
 }
 
@@ -289,16 +281,7 @@ int OperatorScale(OperatorType* O, double re, double im) {
 
 int OperatorFixedLengthCopy(OperatorFixedLengthType* dst, const OperatorFixedLengthType* src, unsigned int length) {
     // Whatever dst held is replaced; its hash table is made anew at src's width.
-    free(dst->o);
-    free(dst->Next);
-    free(dst->VRe);
-    free(dst->V);
-    dst->o = nullptr;
-    dst->Next = nullptr;
-    dst->VRe = nullptr;
-    dst->V = nullptr;
-    dst->N = 0;
-    dst->NAloc = 0;
+    FreeLengthArrays(dst);
     dst->QComplex = src->QComplex;
     if (length > 0) {
         size_t keys = KeyListSize(src->NBitsKey);
@@ -374,21 +357,9 @@ int OperatorCopy(OperatorType* O, OperatorType A) {
 void SetQComplexOperator(OperatorType* O) {
     for (unsigned int k = 0; k <= O->MaxLength; k++) {
         OperatorFixedLengthType* f = &O->l[k];
-        if (!f->QComplex) continue;
-        bool real = true;
-        for (uint32_t t = 0; t < f->N && real; t++) real = std::fabs(f->V[t].im) < ZeroCut;
-        if (!real) continue;
-        if (f->NAloc == 0) {
-            f->QComplex = 0;
-            continue;
-        }
-        double* re = (double*)malloc((size_t)f->NAloc * sizeof(double));
-        if (re == nullptr) continue;  // stays complex, which is still correct
-        for (uint32_t t = 0; t < f->N; t++) re[t] = f->V[t].re;
-        free(f->V);
-        f->V = nullptr;
-        f->VRe = re;
-        f->QComplex = 0;
+        // When the real array can't be had the length stays complex, which
+        // is still correct.
+        if (f->QComplex && ImaginaryBelow(*f, ZeroCut)) KeepRealParts(f);
     }
     OperatorRecountQComplex(O);
 }
