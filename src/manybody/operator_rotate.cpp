@@ -13,11 +13,10 @@
 #include "manybody/zerocut.h"
 #include "numeric/matrix.h"
 
+using opalg::KeyListSize;
 using opalg::Report;
 
 namespace {
-
-inline size_t KeyListSize(uint32_t nbits) { return (size_t)1 << (nbits & 31); }
 
 // Appends one finished term to the plain list OA; the capacity doubles.
 int AppendTerm(OperatorFixedLengthType* OA, const uint16_t* codes, unsigned int length, Complex16 value) {
