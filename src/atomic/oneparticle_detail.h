@@ -17,6 +17,15 @@ const double kCoefficientCut = 2.220446049250313e-16;
 // Values below this fraction of the largest prefactor are removed at the end.
 const double kCleanRelative = 1e-14;
 
+// The one-electron spin matrices as the real and imaginary parts of the
+// entries 2 sigma' + sigma, sigma 0 down and 1 up (for SpinTerms).
+const double kZero[4] = {0.0, 0.0, 0.0, 0.0};
+const double kSxRe[4] = {0.0, 0.5, 0.5, 0.0};
+const double kSyIm[4] = {0.0, 0.5, -0.5, 0.0};
+const double kSzRe[4] = {-0.5, 0.0, 0.0, 0.5};
+const double kSplusRe[4] = {0.0, 0.0, 1.0, 0.0};
+const double kSminRe[4] = {0.0, 1.0, 0.0, 0.0};
+
 struct Term {
     uint16_t cr;
     uint16_t an;

@@ -8,11 +8,6 @@ using namespace oneparticle;
 
 namespace {
 
-const double kZero[4] = {0.0, 0.0, 0.0, 0.0};
-const double kSzRe[4] = {-0.5, 0.0, 0.0, 0.5};
-const double kSplusRe[4] = {0.0, 0.0, 1.0, 0.0};
-const double kSminRe[4] = {0.0, 1.0, 0.0, 0.0};
-
 enum Component { kX, kY, kZ, kPlus, kMin, kSqr };
 
 // The ladder and z lists of L (withSpin false) or J = L + S (withSpin true)

@@ -6,15 +6,6 @@ using namespace oneparticle;
 
 namespace {
 
-// The one-electron spin matrices, entry 2 sigma' + sigma with sigma 0 down
-// and 1 up.
-const double kZero[4] = {0.0, 0.0, 0.0, 0.0};
-const double kSxRe[4] = {0.0, 0.5, 0.5, 0.0};
-const double kSyIm[4] = {0.0, 0.5, -0.5, 0.0};
-const double kSzRe[4] = {-0.5, 0.0, 0.0, 0.5};
-const double kSplusRe[4] = {0.0, 0.0, 1.0, 0.0};
-const double kSminRe[4] = {0.0, 1.0, 0.0, 0.0};
-
 int SpinOperator(uint32_t NF, unsigned n, const uint16_t* up, const uint16_t* dn, const double* sre,
                  const double* sim, bool complex, const char* name, const char* who, OperatorType* O) {
     ScopedTermList terms;
