@@ -65,9 +65,7 @@ struct BlockSink {
         }
         if (++n < WaveFunctionStagingSize) return true;
         if (Flush() == 0) return true;
-        OperatorPsiSay(failText);
-#pragma omp atomic write
-        *failed = 1;
+        OperatorPsiFail(failText, failed);
         return false;
     }
 };
@@ -98,9 +96,7 @@ void BlockRegion(const OperatorType& O, const WaveFunctionType* psi, WaveFunctio
         double* a = nullptr;
         double* b = nullptr;
         if (work == nullptr) {
-            OperatorPsiSay(textStage);
-#pragma omp atomic write
-            *failed = 1;
+            OperatorPsiFail(textStage, failed);
             sink.re = sink.im = nullptr;
             sink.dets = nullptr;
         } else {
@@ -125,11 +121,7 @@ void BlockRegion(const OperatorType& O, const WaveFunctionType* psi, WaveFunctio
             }
             OperatorPsiApplyToElement<W, Restricted>(O, s, WaveFunctionDet(psi[0], e), sink);
         }
-        if (sink.Flush() != 0) {
-            OperatorPsiSay(text02);
-#pragma omp atomic write
-            *failed = 1;
-        }
+        if (sink.Flush() != 0) OperatorPsiFail(text02, failed);
         OperatorPsiProfileAccepted(sink.accepted);
         free(work);
     }

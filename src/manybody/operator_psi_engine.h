@@ -101,6 +101,14 @@ inline void OperatorPsiSay(const char* text) {
     fflush(stdout);
 }
 
+// From inside a kernel's parallel region: says text and raises the failure
+// flag that makes the other threads skip their remaining elements.
+inline void OperatorPsiFail(const char* text, int* failed) {
+    OperatorPsiSay(text);
+#pragma omp atomic write
+    *failed = 1;
+}
+
 // Whether every ladder mode of O addresses a byte of a determinant of the
 // state's shape.
 inline bool OperatorPsiModesFit(const OperatorType& O, const WaveFunctionType& psi) {

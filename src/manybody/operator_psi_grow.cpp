@@ -23,8 +23,6 @@ typedef OperatorPsiKindType Kind;
 const Kind RR = OperatorPsiKindRR, RC = OperatorPsiKindRC, CR = OperatorPsiKindCR, CC = OperatorPsiKindCC,
            MR = OperatorPsiKindMR, MC = OperatorPsiKindMC;
 
-inline void Say(const char* text) { OperatorPsiSay(text); }
-
 // A thread's staging buffer and the state it drains into.
 template <bool StC, bool OutC>
 struct GrowSink {
@@ -69,9 +67,7 @@ struct GrowSink {
         if (OutC) im[n] = i;
         if (++n < WaveFunctionStagingSize) return true;
         if (Flush() == 0) return true;
-        Say(failText);
-#pragma omp atomic write
-        *failed = 1;
+        OperatorPsiFail(failText, failed);
         return false;
     }
 };
@@ -103,11 +99,7 @@ void GrowRegion(const OperatorType& O, const WaveFunctionType& psi, WaveFunction
         if (stageBytes > kStackStageBytes) {
             heapDets = static_cast<uint8_t*>(malloc(stageBytes));
             sink.dets = heapDets;
-            if (heapDets == nullptr) {
-                Say(textStage);
-#pragma omp atomic write
-                *failed = 1;
-            }
+            if (heapDets == nullptr) OperatorPsiFail(textStage, failed);
         }
 #pragma omp for schedule(static)
         for (long long i = 1; i <= N; i++) {
@@ -122,11 +114,7 @@ void GrowRegion(const OperatorType& O, const WaveFunctionType& psi, WaveFunction
         }
         // The worksharing barrier has passed: every chunk is done.  Staged
         // entries are drained even after another thread failed.
-        if (sink.Flush() != 0) {
-            Say(text02);
-#pragma omp atomic write
-            *failed = 1;
-        }
+        if (sink.Flush() != 0) OperatorPsiFail(text02, failed);
         OperatorPsiProfileAccepted(sink.accepted);
         free(heapDets);
     }
@@ -146,7 +134,7 @@ int RunGrowing(Kind kind, const OperatorType& O, const WaveFunctionType& psi, Wa
     Opsi->NBitsKey = psi.NBitsKey;
     if (WaveFunctionInit(Opsi) != 0) {
         snprintf(text, sizeof(text), "Could not initialize Opsi in OperatorPsi%s", name);
-        Say(text);
+        OperatorPsiSay(text);
         return 1;
     }
 
@@ -180,7 +168,7 @@ int RunGrowing(Kind kind, const OperatorType& O, const WaveFunctionType& psi, Wa
 int Dispatch(const OperatorType& O, const WaveFunctionType& psi, WaveFunctionType* Opsi,
              const DeterminantRestrictionType* R) {
     if (!OperatorPsiModesFit(O, psi)) {
-        Say("The operator acts on more modes than the determinants of the wave function hold in OperatorPsi");
+        OperatorPsiSay("The operator acts on more modes than the determinants of the wave function hold in OperatorPsi");
         return 1;
     }
     return RunGrowing(OperatorPsiChooseKind(OperatorPsiKind(O), psi.QComplex != 0), O, psi, Opsi, R);
