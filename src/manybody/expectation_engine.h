@@ -11,31 +11,11 @@
 #define SKELDA_MANYBODY_EXPECTATION_ENGINE_H
 
 #include <cstdint>
-#include <cstdlib>
 
 #include "manybody/operator.h"
 #include "manybody/operator_psi_engine.h"
 #include "manybody/restriction.h"
 #include "manybody/wavefunction.h"
-
-// A thread's staging area: determinants and two value arrays.
-struct ExpectationWorkType {
-    void* memory;
-    uint8_t* dets;
-    double* re;
-    double* im;
-};
-
-// Null memory when the allocation fails.
-inline ExpectationWorkType ExpectationWorkAlloc(uint32_t nword) {
-    ExpectationWorkType w;
-    const size_t values = 2 * (size_t)WaveFunctionStagingSize * sizeof(double);
-    w.memory = calloc(values + OperatorPsiStageBytes(nword), 1);
-    w.re = static_cast<double*>(w.memory);
-    w.im = w.re + WaveFunctionStagingSize;
-    w.dets = reinterpret_cast<uint8_t*>(w.im + WaveFunctionStagingSize);
-    return w;
-}
 
 // StC: the ket values are complex.  OutC: a result value is complex (complex
 // operator lengths or complex ket).  BraC: the bra is complex.  WantIm: the
@@ -53,7 +33,7 @@ struct ExpectationSink {
     double sumRe, sumIm;
     OperatorPsiMergeTableType merge;
 
-    void Start(const WaveFunctionType* braState, const ExpectationWorkType& w, uint32_t bytes) {
+    void Start(const WaveFunctionType* braState, const OperatorPsiWorkType& w, uint32_t bytes) {
         bra = braState;
         nword = bytes;
         dets = w.dets;
@@ -80,45 +60,17 @@ struct ExpectationSink {
         }
     }
 
-    static void Touch(const WaveFunctionType& T, uint32_t i) {
-        __builtin_prefetch(WaveFunctionDet(T, i));
-        __builtin_prefetch(&WaveFunctionRe(T, i));
-        if (BraC) __builtin_prefetch(&WaveFunctionIm(T, i));
-    }
-
-    void Drain() {
-        const WaveFunctionType& T = *bra;
-        uint32_t at[WaveFunctionStagingSize];
-        uint8_t pending[WaveFunctionStagingSize];
-        for (unsigned int k = 0; k < n; k++) {
-            at[k] = OperatorPsiHash(dets + (size_t)k * nword, nword, T.NBitsKey);
-            __builtin_prefetch(T.KeyList + at[k]);
-        }
-        unsigned int left = 0;
-        for (unsigned int k = 0; k < n; k++) {
-            const uint32_t i = T.KeyList[at[k]];
-            if (i == 0) continue;
-            at[k] = i;
-            pending[left++] = (uint8_t)k;
-            Touch(T, i);
-        }
-        while (left > 0) {
-            unsigned int still = 0;
-            for (unsigned int p = 0; p < left; p++) {
-                const unsigned int k = pending[p];
-                const uint32_t i = at[k];
-                if (DetEqual(WaveFunctionDet(T, i), dets + (size_t)k * nword, nword)) {
-                    Found(k, i);
-                    continue;
-                }
-                const uint32_t next = WaveFunctionNext(T, i);
-                if (next == 0) continue;  // not in the bra
-                at[k] = next;
-                pending[still++] = (uint8_t)k;
-                Touch(T, next);
-            }
-            left = still;
-        }
+    // Out of line: it runs once per 128 staged results, and the term loops
+    // that call it keep their registers.
+    __attribute__((noinline)) void Drain() {
+        OperatorPsiLookupStaged(
+            *bra, dets, n, nword,
+            [](const WaveFunctionType& basis, uint32_t i) {
+                __builtin_prefetch(WaveFunctionDet(basis, i));
+                __builtin_prefetch(&WaveFunctionRe(basis, i));
+                if (BraC) __builtin_prefetch(&WaveFunctionIm(basis, i));
+            },
+            [this](unsigned int k, uint32_t i) { Found(k, i); });
         n = 0;
         OperatorPsiMergeClear(&merge);
     }

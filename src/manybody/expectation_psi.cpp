@@ -26,7 +26,7 @@ bool BraKetRegion(const OperatorType& O, const WaveFunctionType& bra, const Wave
     int failed = 0;
 #pragma omp parallel reduction(+ : sumRe, sumIm) reduction(| : failed)
     {
-        ExpectationWorkType work = ExpectationWorkAlloc(s.NWord);
+        OperatorPsiWorkType work = OperatorPsiWorkAlloc(s.NWord);
         const bool ok = work.memory != nullptr;
         if (!ok) failed = 1;
         ExpectationSink<StC, OutC, BraC, WantIm> sink;

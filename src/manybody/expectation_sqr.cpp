@@ -84,7 +84,7 @@ bool SquareRegion(const OperatorType& O, const WaveFunctionType& psi, const Oper
     int failed = 0;
 #pragma omp parallel reduction(+ : sumRe, sumIm) reduction(| : failed)
     {
-        ExpectationWorkType work = ExpectationWorkAlloc(s.NWord);
+        OperatorPsiWorkType work = OperatorPsiWorkAlloc(s.NWord);
         uint8_t* scratch = static_cast<uint8_t*>(calloc(s.NWord + OperatorPsiStageSlack, 1));
         const bool ok = work.memory != nullptr && scratch != nullptr;
         if (!ok) failed = 1;

@@ -30,6 +30,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <type_traits>
 
@@ -310,6 +311,75 @@ inline void OperatorPsiProfileAccepted(uint64_t accepted) {
     if (!OperatorPsiProfile.Enabled) return;
 #pragma omp atomic
     OperatorPsiProfile.Accepted += accepted;
+}
+
+// ---- Look-ups of staged results in a fixed basis --------------------------
+
+// A thread's staging area for look-ups: the determinants and two value
+// arrays in one zeroed allocation, memory null when it failed.
+struct OperatorPsiWorkType {
+    void* memory;
+    uint8_t* dets;
+    double* re;
+    double* im;
+};
+
+inline OperatorPsiWorkType OperatorPsiWorkAlloc(uint32_t nword) {
+    OperatorPsiWorkType w;
+    const size_t values = 2 * (size_t)WaveFunctionStagingSize * sizeof(double);
+    w.memory = calloc(values + OperatorPsiStageBytes(nword), 1);
+    w.re = static_cast<double*>(w.memory);
+    w.im = w.re + WaveFunctionStagingSize;
+    w.dets = reinterpret_cast<uint8_t*>(w.im + WaveFunctionStagingSize);
+    return w;
+}
+
+// Looks each of the n determinants staged at dets (a thread's merged
+// results, up to 128) up in T, every step of every chain walk touched one
+// round ahead: first all hashes (touching the key-list slots), then all
+// chain heads, then rounds that compare the element at hand of each pending
+// walk, hand it on at a match and otherwise step to the next element,
+// touching it for the next round.  So the memory latencies of the walks
+// overlap.  The links are not touched ahead: most walks end at the head,
+// and the memory system serves only so many misses at once.  touch(T, i) is
+// called ahead of each visit of element i, found(k, i) when staged entry k is
+// element i.  Meant to be the body of a sink's drain, which is best kept out
+// of line so that the term loops that call it keep their registers.
+template <class Touch, class Found>
+__attribute__((always_inline)) inline void OperatorPsiLookupStaged(const WaveFunctionType& T, const uint8_t* dets,
+                                                                   unsigned int n, uint32_t nword, Touch touch,
+                                                                   Found found) {
+    uint32_t at[WaveFunctionStagingSize];
+    uint8_t pending[WaveFunctionStagingSize];
+    for (unsigned int k = 0; k < n; k++) {
+        at[k] = OperatorPsiHash(dets + (size_t)k * nword, nword, T.NBitsKey);
+        __builtin_prefetch(T.KeyList + at[k]);
+    }
+    unsigned int left = 0;
+    for (unsigned int k = 0; k < n; k++) {
+        const uint32_t i = T.KeyList[at[k]];
+        if (i == 0) continue;
+        at[k] = i;
+        pending[left++] = (uint8_t)k;
+        touch(T, i);
+    }
+    while (left > 0) {
+        unsigned int still = 0;
+        for (unsigned int p = 0; p < left; p++) {
+            const unsigned int k = pending[p];
+            const uint32_t i = at[k];
+            if (DetEqual(WaveFunctionDet(T, i), dets + (size_t)k * nword, nword)) {
+                found(k, i);
+                continue;
+            }
+            const uint32_t next = WaveFunctionNext(T, i);
+            if (next == 0) continue;  // not in the basis
+            at[k] = next;
+            pending[still++] = (uint8_t)k;
+            touch(T, next);
+        }
+        left = still;
+    }
 }
 
 // ---- The term loops -------------------------------------------------------

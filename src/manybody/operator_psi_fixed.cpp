@@ -17,15 +17,9 @@ namespace {
 
 typedef OperatorPsiKindType Kind;
 
-// A thread's results, merged like a staging buffer and then looked up in
-// the basis 128 at a time, every step of every chain walk touched one round
-// ahead: first all hashes (touching the key-list slots), then all chain
-// heads (touching their determinants and values), then rounds that compare
-// the element at hand of each pending walk, add on a match and otherwise
-// step to the next element, touching it for the next round.  So the memory
-// latencies of the 128 walks overlap.  The links are not touched ahead: most
-// walks end at the head, and the memory system serves only so many misses
-// at once.
+// A thread's results, merged like a staging buffer and looked up in the
+// basis 128 at a time (OperatorPsiLookupStaged); a result outside the basis
+// is dropped.  With Atomic the values are added with atomic additions.
 template <bool StC, bool OutC, bool Atomic>
 struct ConserveSink {
     static constexpr bool kStrictCut = false;
@@ -39,53 +33,40 @@ struct ConserveSink {
     uint64_t accepted;
     OperatorPsiMergeTableType merge;
 
-    uint8_t* Scratch() { return dets + (size_t)n * nword; }
-
-    static void Touch(const WaveFunctionType& T, uint32_t i) {
-        __builtin_prefetch(WaveFunctionDet(T, i));
-        __builtin_prefetch(&WaveFunctionRe(T, i), 1);
-        if (OutC) __builtin_prefetch(&WaveFunctionIm(T, i), 1);
+    void Start(const WaveFunctionType* target, const OperatorPsiWorkType& w, uint32_t bytes) {
+        out = target;
+        nword = bytes;
+        dets = w.dets;
+        re = w.re;
+        im = w.im;
+        n = 0;
+        a = b = 0.0;
+        accepted = 0;
+        OperatorPsiMergeInit(&merge);
     }
 
-    void Drain() {
+    uint8_t* Scratch() { return dets + (size_t)n * nword; }
+
+    // Out of line: it runs once per 128 staged results, and the term loops
+    // that call it keep their registers.
+    __attribute__((noinline)) void Drain() {
         const WaveFunctionType& T = *out;
-        uint32_t at[WaveFunctionStagingSize];
-        uint8_t pending[WaveFunctionStagingSize];
-        for (unsigned int k = 0; k < n; k++) {
-            at[k] = OperatorPsiHash(dets + (size_t)k * nword, nword, T.NBitsKey);
-            __builtin_prefetch(T.KeyList + at[k]);
-        }
-        unsigned int left = 0;
-        for (unsigned int k = 0; k < n; k++) {
-            const uint32_t i = T.KeyList[at[k]];
-            if (i == 0) continue;
-            at[k] = i;
-            pending[left++] = (uint8_t)k;
-            Touch(T, i);
-        }
-        while (left > 0) {
-            unsigned int still = 0;
-            for (unsigned int p = 0; p < left; p++) {
-                const unsigned int k = pending[p];
-                const uint32_t i = at[k];
-                if (DetEqual(WaveFunctionDet(T, i), dets + (size_t)k * nword, nword)) {
-                    if (Atomic) {
-                        OperatorPsiAtomicAdd(WaveFunctionRe(T, i), re[k]);
-                        if (OutC) OperatorPsiAtomicAdd(WaveFunctionIm(T, i), im[k]);
-                    } else {
-                        WaveFunctionRe(T, i) += re[k];
-                        if (OutC) WaveFunctionIm(T, i) += im[k];
-                    }
-                    continue;
+        OperatorPsiLookupStaged(
+            T, dets, n, nword,
+            [](const WaveFunctionType& basis, uint32_t i) {
+                __builtin_prefetch(WaveFunctionDet(basis, i));
+                __builtin_prefetch(&WaveFunctionRe(basis, i), 1);
+                if (OutC) __builtin_prefetch(&WaveFunctionIm(basis, i), 1);
+            },
+            [this, &T](unsigned int k, uint32_t i) {
+                if (Atomic) {
+                    OperatorPsiAtomicAdd(WaveFunctionRe(T, i), re[k]);
+                    if (OutC) OperatorPsiAtomicAdd(WaveFunctionIm(T, i), im[k]);
+                } else {
+                    WaveFunctionRe(T, i) += re[k];
+                    if (OutC) WaveFunctionIm(T, i) += im[k];
                 }
-                const uint32_t next = WaveFunctionNext(T, i);
-                if (next == 0) continue;  // not in the basis
-                at[k] = next;
-                pending[still++] = (uint8_t)k;
-                Touch(T, next);
-            }
-            left = still;
-        }
+            });
         n = 0;
         OperatorPsiMergeClear(&merge);
     }
@@ -108,45 +89,19 @@ struct ConserveSink {
     }
 };
 
-// A thread's working area: the staging determinants and two value arrays.
-// Without it the kernel cannot go on and has no way back.
-struct ConserveWork {
-    void* memory;
-    uint8_t* dets;
-    double* re;
-    double* im;
-};
-
-ConserveWork WorkOrExit(uint32_t nword) {
-    ConserveWork w;
-    const size_t values = 2 * (size_t)WaveFunctionStagingSize * sizeof(double);
-    w.memory = calloc(values + OperatorPsiStageBytes(nword), 1);
+// A thread's working area; without it the kernel cannot go on and has no way
+// back.
+OperatorPsiWorkType WorkOrExit(uint32_t nword) {
+    OperatorPsiWorkType w = OperatorPsiWorkAlloc(nword);
     if (w.memory == nullptr) FatalAllocationExit();
-    w.re = static_cast<double*>(w.memory);
-    w.im = w.re + WaveFunctionStagingSize;
-    w.dets = reinterpret_cast<uint8_t*>(w.im + WaveFunctionStagingSize);
     return w;
-}
-
-template <bool StC, bool OutC, bool Atomic>
-void StartSink(ConserveSink<StC, OutC, Atomic>& sink, const WaveFunctionType* out, const ConserveWork& w,
-               uint32_t nword) {
-    sink.out = out;
-    sink.nword = nword;
-    sink.dets = w.dets;
-    sink.re = w.re;
-    sink.im = w.im;
-    sink.n = 0;
-    sink.a = sink.b = 0.0;
-    sink.accepted = 0;
-    OperatorPsiMergeInit(&sink.merge);
 }
 
 template <int W, bool StC, bool OutC, bool Atomic>
 void ConserveLoop(const OperatorType& O, const WaveFunctionType& psi, const WaveFunctionType& target,
-                  const OperatorPsiShapeType& s, const ConserveWork& work) {
+                  const OperatorPsiShapeType& s, const OperatorPsiWorkType& work) {
     ConserveSink<StC, OutC, Atomic> sink;
-    StartSink(sink, &target, work, s.NWord);
+    sink.Start(&target, work, s.NWord);
     const long long N = psi.N;
 #pragma omp for schedule(static) nowait
     for (long long i = 1; i <= N; i++) {
@@ -159,6 +114,17 @@ void ConserveLoop(const OperatorType& O, const WaveFunctionType& psi, const Wave
     OperatorPsiProfileAccepted(sink.accepted);
 }
 
+// O applied to one determinant of prefactor 1, on the calling thread.
+template <bool OutC>
+void DeterminantLoop(const OperatorType& O, const OperatorPsiShapeType& s, const uint8_t* det,
+                     const WaveFunctionType* target, const OperatorPsiWorkType& work) {
+    ConserveSink<false, OutC, false> sink;
+    sink.Start(target, work, s.NWord);
+    sink.a = 1.0;
+    OperatorPsiApplyToElement<0, false>(O, s, det, sink);
+    sink.Drain();
+}
+
 // The parallel application into the basis of target.  A team of one thread
 // adds without atomics: nobody else writes.  The region's closing barrier
 // ends the kernel.
@@ -167,7 +133,7 @@ void ConserveRegion(const OperatorType& O, const WaveFunctionType& psi, const Wa
                     const OperatorPsiShapeType& s) {
 #pragma omp parallel
     {
-        ConserveWork work = WorkOrExit(s.NWord);
+        OperatorPsiWorkType work = WorkOrExit(s.NWord);
         if (omp_get_num_threads() > 1)
             ConserveLoop<W, StC, OutC, true>(O, psi, target, s, work);
         else
@@ -359,23 +325,14 @@ int OperatorDeterminantPreAllocated(const OperatorType* O, const uint8_t* det, W
         memset(Opsi->ValueRe[b], 0, WaveFunctionBlokSize * sizeof(double));
         if (Opsi->QComplex) memset(Opsi->ValueIm[b], 0, WaveFunctionBlokSize * sizeof(double));
     }
-    ConserveWork work = WorkOrExit(Opsi->NWord);
+    OperatorPsiWorkType work = WorkOrExit(Opsi->NWord);
     OperatorPsiShapeType s;
     OperatorTermMasksType masks;
     OperatorPsiInitShape(&s, &masks, *O, *Opsi, nullptr, 0);  // one determinant: no masks
-    if (Opsi->QComplex) {
-        ConserveSink<false, true, false> sink;
-        StartSink(sink, Opsi, work, Opsi->NWord);
-        sink.a = 1.0;
-        OperatorPsiApplyToElement<0, false>(*O, s, det, sink);
-        sink.Drain();
-    } else {
-        ConserveSink<false, false, false> sink;
-        StartSink(sink, Opsi, work, Opsi->NWord);
-        sink.a = 1.0;
-        OperatorPsiApplyToElement<0, false>(*O, s, det, sink);
-        sink.Drain();
-    }
+    if (Opsi->QComplex)
+        DeterminantLoop<true>(*O, s, det, Opsi, work);
+    else
+        DeterminantLoop<false>(*O, s, det, Opsi, work);
     free(work.memory);
     return 0;
 }
