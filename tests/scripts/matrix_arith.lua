@@ -1,24 +1,7 @@
 -- Matrix arithmetic against results worked out by hand, in both forms, and
 -- the messages of the metamethods.
 local check = require "check"
-
-local ComplexMeta = getmetatable(I)
-
--- Compares a matrix (either form) entry by entry with rows of numbers and
--- complex numbers.
-local function same(M, want, what, tol)
-  tol = tol or 1e-13
-  if type(M) == "userdata" then M = Matrix.ToTable(M) end
-  check.eq(#M, #want, what .. ": rows")
-  for i = 1, #want do
-    check.eq(#M[i], #want[i], what .. ": columns of row " .. i)
-    for j = 1, #want[i] do
-      local where = string.format("%s (%d,%d)", what, i, j)
-      check.near(Complex.Re(M[i][j]), Complex.Re(want[i][j]), tol, where .. " real part")
-      check.near(Complex.Im(M[i][j]), Complex.Im(want[i][j]), tol, where .. " imaginary part")
-    end
-  end
-end
+local same = require("matrixcheck").same
 
 local function M(rows) return setmetatable(rows, MatrixMeta) end
 

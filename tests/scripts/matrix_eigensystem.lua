@@ -1,9 +1,7 @@
 -- Eigensystem(M) of dense matrices: known spectra, eigenvector equations,
 -- orthonormality, the form of the results, the messages.
 local check = require "check"
-
-local ComplexMeta = getmetatable(I)
-local function isComplex(z) return type(z) == "userdata" and getmetatable(z) == ComplexMeta end
+local isComplex = require("matrixcheck").isComplex
 local function c(x) return isComplex(x) and x or Complex.New(x, 0) end
 local function rows(M) return type(M) == "userdata" and Matrix.ToTable(M) or M end
 

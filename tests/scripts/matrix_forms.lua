@@ -1,13 +1,8 @@
 -- The two forms of a matrix: how tables are read, the result-form rule of
 -- every call of Matrix and of every metamethod, indexing a userdata.
 local check = require "check"
-
-local UserdataMeta = getmetatable(Matrix.ToUserdata({{1}}))
-local ComplexMeta = getmetatable(I)
-
-local function isTableForm(M) return type(M) == "table" and getmetatable(M) == MatrixMeta end
-local function isUserdata(M) return type(M) == "userdata" and getmetatable(M) == UserdataMeta end
-local function isComplex(z) return type(z) == "userdata" and getmetatable(z) == ComplexMeta end
+local mc = require "matrixcheck"
+local isComplex, isTableForm, isUserdata = mc.isComplex, mc.isTableForm, mc.isUserdata
 
 -- Real or complex on reading: |im| must exceed |re| * 2^-52 to count.
 local R = Matrix.ToTable({{Complex.New(1, 1e-17), 2}})

@@ -2,25 +2,8 @@
 -- Conjugate, Transpose, ConjugateTranspose, Chop, Copy and Clone.  The
 -- warning of Transpose goes to the standard output (see the .expected file).
 local check = require "check"
-
-local ComplexMeta = getmetatable(I)
-local UserdataMeta = getmetatable(Matrix.ToUserdata({{1}}))
-local function isComplex(z) return type(z) == "userdata" and getmetatable(z) == ComplexMeta end
-local function isUserdata(M) return type(M) == "userdata" and getmetatable(M) == UserdataMeta end
-
-local function same(M, want, what, tol)
-  tol = tol or 1e-13
-  if type(M) == "userdata" then M = Matrix.ToTable(M) end
-  check.eq(#M, #want, what .. ": rows")
-  for i = 1, #want do
-    check.eq(#M[i], #want[i], what .. ": columns of row " .. i)
-    for j = 1, #want[i] do
-      local where = string.format("%s (%d,%d)", what, i, j)
-      check.near(Complex.Re(M[i][j]), Complex.Re(want[i][j]), tol, where .. " real part")
-      check.near(Complex.Im(M[i][j]), Complex.Im(want[i][j]), tol, where .. " imaginary part")
-    end
-  end
-end
+local mc = require "matrixcheck"
+local isComplex, isUserdata, same = mc.isComplex, mc.isUserdata, mc.same
 
 local A = setmetatable({{1, 2}, {3, 4}}, MatrixMeta)
 local Au = Matrix.ToUserdata(A)

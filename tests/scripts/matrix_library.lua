@@ -1,23 +1,8 @@
 -- The functions of the table Matrix: results worked out by hand or from
 -- closed forms, and every message.
 local check = require "check"
-
-local ComplexMeta = getmetatable(I)
-local function isComplex(z) return type(z) == "userdata" and getmetatable(z) == ComplexMeta end
-
-local function same(M, want, what, tol)
-  tol = tol or 1e-13
-  if type(M) == "userdata" then M = Matrix.ToTable(M) end
-  check.eq(#M, #want, what .. ": rows")
-  for i = 1, #want do
-    check.eq(#M[i], #want[i], what .. ": columns of row " .. i)
-    for j = 1, #want[i] do
-      local where = string.format("%s (%d,%d)", what, i, j)
-      check.near(Complex.Re(M[i][j]), Complex.Re(want[i][j]), tol, where .. " real part")
-      check.near(Complex.Im(M[i][j]), Complex.Im(want[i][j]), tol, where .. " imaginary part")
-    end
-  end
-end
+local mc = require "matrixcheck"
+local isComplex, same = mc.isComplex, mc.same
 
 local A = {{1, 2}, {3, 4}}
 local C = {{1, 2 * I}, {3 - I, 4}}
