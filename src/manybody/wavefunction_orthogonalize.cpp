@@ -9,11 +9,7 @@
 #include "manybody/wavefunction_algebra.h"
 #include "manybody/wavefunction_slots.h"
 
-using wfslots::AnyComplex;
-using wfslots::CheckReal;
-using wfslots::PromoteAll;
-using wfslots::ReportIn;
-using wfslots::SharedBasis;
+using namespace wfslots;
 
 namespace {
 

@@ -14,11 +14,7 @@
 #include "manybody/wavefunction_slots.h"
 #include "numeric/lapack.h"
 
-using wfslots::AnyComplex;
-using wfslots::CheckReal;
-using wfslots::PromoteAll;
-using wfslots::ReportIn;
-using wfslots::SharedBasis;
+using namespace wfslots;
 
 namespace {
 
