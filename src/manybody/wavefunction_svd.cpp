@@ -21,8 +21,6 @@ namespace {
 const char* RealWord = "RealWaveFunctionListSVDOrthogonalize";
 const char* ComplexWord = "ComplexWaveFunctionListSVDOrthogonalize";
 
-Complex16 Conj(Complex16 z) { return Complex16{z.re, -z.im}; }
-
 // The overlap matrix of n states on one basis in one sweep over the blocks:
 // each thread sums into its own n*n accumulator, combined afterwards.
 int OverlapSameBasis(const WaveFunctionType* list, unsigned int n, bool cplx, Complex16* S, const char* fn) {
@@ -63,7 +61,7 @@ int OverlapSameBasis(const WaveFunctionType* list, unsigned int n, bool cplx, Co
             for (int t = 0; t < nt; t++) sum += acc[(size_t)t * nn + (size_t)i * n + j];
             if (i == j) sum.im = 0.0;
             S[(size_t)i * n + j] = sum;
-            S[(size_t)j * n + i] = Conj(sum);
+            S[(size_t)j * n + i] = Conjugate(sum);
         }
     }
     free(acc);
@@ -77,7 +75,7 @@ void OverlapByLookups(const WaveFunctionType* list, unsigned int n, Complex16* S
             Complex16 s = ComplexWaveFunctionDotProduct(&list[i], &list[j]);
             if (i == j) s.im = 0.0;
             S[(size_t)i * n + j] = s;
-            S[(size_t)j * n + i] = Conj(s);
+            S[(size_t)j * n + i] = Conjugate(s);
         }
     }
 }
@@ -119,7 +117,7 @@ int Transformation(const Complex16* S, unsigned int n, bool cplx, double singula
             printf("zheevd failed in %s with info value %i\n", ComplexWord, info);
             fflush(stdout);
         }
-        for (size_t k = 0; k < nn; k++) v[k] = Conj(a[k]);
+        for (size_t k = 0; k < nn; k++) v[k] = Conjugate(a[k]);
     } else {
         double* a = mem + n;
         double* work = a + nn;
@@ -153,7 +151,7 @@ int Transformation(const Complex16* S, unsigned int n, bool cplx, double singula
             const double f = 1.0 / sqrt(w[k]);
             const Complex16* vk = v + (size_t)k * n;
             for (unsigned int i = 0; i < n; i++)
-                for (unsigned int j = 0; j < n; j++) T[(size_t)i * n + j] += vk[j] * Conj(vk[i]) * f;
+                for (unsigned int j = 0; j < n; j++) T[(size_t)i * n + j] += vk[j] * Conjugate(vk[i]) * f;
         }
     } else {
         unsigned int m = 0;
@@ -176,7 +174,7 @@ void Factors(const Complex16* S, const Complex16* T, unsigned int n, Complex16* 
     for (unsigned int i = 0; i < n; i++) {
         for (unsigned int j = 0; j < n; j++) {
             Complex16 s{0.0, 0.0};
-            for (unsigned int l = 0; l < n; l++) s += Conj(T[(size_t)j * n + l]) * S[(size_t)l * n + i];
+            for (unsigned int l = 0; l < n; l++) s += Conjugate(T[(size_t)j * n + l]) * S[(size_t)l * n + i];
             F[(size_t)i * n + j] = s;
         }
     }
