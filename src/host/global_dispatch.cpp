@@ -8,6 +8,7 @@
 
 #include "host/complex_lua.h"
 #include "host/luahost.h"
+#include "manybody/wavefunction_lua.h"
 #include "numeric/matrix_lua.h"
 #include "response/responsefunction.h"
 
@@ -163,6 +164,7 @@ const LuaDispatchArm kCopyArms[] = {
     {LuaKindImmutable, SameValue},
     {LuaKindComplex, CopyComplex},
     {LuaKindMatrixUserdata, MatrixCopyArm},
+    {LuaKindWavefunction, LuaWavefunctionCopyArm},
     {LuaKindTable, CopyTable},
 };
 
@@ -170,6 +172,7 @@ const LuaDispatchArm kConjugateArms[] = {
     {LuaKindNumber, SameValue},
     {LuaKindComplex, ConjugateComplex},
     {LuaKindMatrixUserdata, MatrixConjugateArm},
+    {LuaKindWavefunction, LuaWavefunctionConjugateArm},
     {LuaKindTable, ConjugateTable},
 };
 
@@ -191,6 +194,7 @@ const LuaDispatchArm kChopArms[] = {
     {LuaKindNumber, ChopNumber},
     {LuaKindComplex, ChopComplex},
     {LuaKindMatrixUserdata, LuaMatrixChop},
+    {LuaKindWavefunction, LuaWavefunctionChopArm},
     {LuaKindTable, ChopTable},
 };
 
