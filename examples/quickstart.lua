@@ -1,22 +1,45 @@
--- Skelda quickstart: constants, energy units and a stopwatch.
+-- Skelda quickstart: the two-site Hubbard model at half filling.
+--
+-- Four spin-orbitals: mode 0 = site 1 down, 1 = site 1 up, 2 = site 2 down,
+-- 3 = site 2 up.  With hopping t and on-site repulsion U,
+--   H = -t sum_s (c+_1s c_2s + c+_2s c_1s) + U (n_1dn n_1up + n_2dn n_2up),
+-- and the ground state of two electrons has the energy
+--   E0 = (U - sqrt(U^2 + 16 t^2)) / 2.
 TimeStart("quickstart")
 
--- Physical constants (SI) carry their units and a description.
-local kB = PhysicalConstants.kB
-print(kB)
-print(string.format("kB = %.6e %s", kB.value, kB.units))
+local t, U = 1.0, 4.0
+local NF, NB = 4, 0
 
--- Energy units: every value is given in the standard unit, eV at start.
-print(string.format("room temperature, 300 K = %.4f eV", 300 * EnergyUnits.K.value))
-print(string.format("a 1 T field on a spin moment: muB B = %.4f meV", 1000 * EnergyUnits.T.value))
+-- Operators are sums of products of ladders: a positive mode number creates,
+-- a negative one (or -0) annihilates; the last entry is the prefactor.
+local hopping = NewOperator(NF, NB, {
+  {0, -2, -t}, {2, -0, -t},   -- spin down
+  {1, -3, -t}, {3, -1, -t},   -- spin up
+})
+local interaction = NewOperator(NF, NB, { {0, -0, 1, -1, U}, {2, -2, 3, -3, U} })
+local H = hopping + interaction
+H.Name = "two-site Hubbard"
+print(H)
 
--- Change the standard unit, e.g. to wave numbers.
-EnergyUnits.Set = "cm^-1"
-print(string.format("1 eV = %.1f cm^-1", EnergyUnits.eV.value))
-EnergyUnits.Set = "eV"
+-- The two-electron sector: the six determinants with two of four modes
+-- occupied, one '1' or '0' per mode.
+local sector = {}
+for _, det in ipairs({"1100", "1010", "1001", "0110", "0101", "0011"}) do
+  sector[#sector + 1] = {det, 1}
+end
+local basis = NewWavefunction(NF, NB, sector, {{"Name", "two-electron sector"}})
 
--- The table of all conversions: one row unit expressed in each column unit.
-print(EnergyUnits)
+-- H as a matrix over these determinants, diagonalised exactly.
+local energies = Eigensystem(OperatorToMatrix(H, basis))
+local E0 = energies[1]
+local exact = (U - math.sqrt(U^2 + 16 * t^2)) / 2
+print(string.format("ground-state energy       E0 = %.12f", E0))
+print(string.format("exact (U - sqrt(U^2+16t^2))/2 = %.12f", exact))
+print(string.format("difference                   = %.1e", math.abs(E0 - exact)))
+if math.abs(E0 - exact) > 1e-12 then error("the ground-state energy disagrees with the exact one") end
+
+-- Energies can be read in other units: here in Kelvin, taking t = 0.25 eV.
+print(string.format("E0 for t = 0.25 eV: %.1f K", E0 * 0.25 / EnergyUnits.K.value))
 
 TimeEnd("quickstart")
 TimePrint()

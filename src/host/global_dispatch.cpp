@@ -8,6 +8,7 @@
 
 #include "host/complex_lua.h"
 #include "host/luahost.h"
+#include "manybody/operator_lua.h"
 #include "manybody/wavefunction_lua.h"
 #include "numeric/matrix_lua.h"
 #include "response/responsefunction.h"
@@ -16,6 +17,7 @@ namespace {
 
 const char* const kUnrecognisedCopy = "Error: copying or cloning an object of unrecognised type\n";
 const char* const kUnrecognisedChop = "Error: Chop an object of unrecognised type\n";
+const char* const kUnrecognisedRotate = "Error: Rotate an object of unrecognised type\n";
 const char* const kInverseExpects = "Inverse expects a single matrix as input";
 const char* const kTransposeUnequal =
     "Transpose of a table containing tables, but not of equal length, transposed the elements, "
@@ -164,6 +166,7 @@ const LuaDispatchArm kCopyArms[] = {
     {LuaKindImmutable, SameValue},
     {LuaKindComplex, CopyComplex},
     {LuaKindMatrixUserdata, MatrixCopyArm},
+    {LuaKindOperator, LuaOperatorCopyArm},
     {LuaKindWavefunction, LuaWavefunctionCopyArm},
     {LuaKindTable, CopyTable},
 };
@@ -172,6 +175,7 @@ const LuaDispatchArm kConjugateArms[] = {
     {LuaKindNumber, SameValue},
     {LuaKindComplex, ConjugateComplex},
     {LuaKindMatrixUserdata, MatrixConjugateArm},
+    {LuaKindOperator, LuaOperatorConjugateArm},
     {LuaKindWavefunction, LuaWavefunctionConjugateArm},
     {LuaKindTable, ConjugateTable},
 };
@@ -180,6 +184,7 @@ const LuaDispatchArm kTransposeArms[] = {
     {LuaKindNumber, SameValue},
     {LuaKindComplex, CopyComplex},
     {LuaKindMatrixUserdata, MatrixTransposeArm},
+    {LuaKindOperator, LuaOperatorTransposeArm},
     {LuaKindTable, TransposeTable},
 };
 
@@ -187,6 +192,7 @@ const LuaDispatchArm kConjugateTransposeArms[] = {
     {LuaKindNumber, SameValue},
     {LuaKindComplex, ConjugateComplex},
     {LuaKindMatrixUserdata, MatrixConjugateTransposeArm},
+    {LuaKindOperator, LuaOperatorConjugateTransposeArm},
     {LuaKindTable, ConjugateTransposeTable},
 };
 
@@ -194,8 +200,17 @@ const LuaDispatchArm kChopArms[] = {
     {LuaKindNumber, ChopNumber},
     {LuaKindComplex, ChopComplex},
     {LuaKindMatrixUserdata, LuaMatrixChop},
+    {LuaKindOperator, LuaOperatorChopArm},
     {LuaKindWavefunction, LuaWavefunctionChopArm},
     {LuaKindTable, ChopTable},
+};
+
+// Rotate(x, U): a change of the one-particle basis.  Matrices go the way of
+// Matrix.Rotate.
+const LuaDispatchArm kRotateArms[] = {
+    {LuaKindOperator, LuaOperatorRotateArm},
+    {LuaKindMatrixUserdata, LuaMatrixRotate},
+    {LuaKindTable, LuaMatrixRotate},
 };
 
 const LuaDispatchArm kInverseArms[] = {
@@ -264,6 +279,12 @@ int LuaChop(lua_State* L) {
     lua_pushnumber(L, eps);
     lua_CFunction arm = FindArm(L, kChopArms);
     if (arm == nullptr) return luaL_error(L, "%s", kUnrecognisedChop);
+    return arm(L);
+}
+
+int Luarotate(lua_State* L) {
+    lua_CFunction arm = FindArm(L, kRotateArms);
+    if (arm == nullptr) return luaL_error(L, "%s", kUnrecognisedRotate);
     return arm(L);
 }
 

@@ -1,5 +1,6 @@
 // Global script calls that act on several kinds of values: Copy and Clone,
-// Conjugate, Transpose, ConjugateTranspose, Chop, Inverse and Eigensystem.
+// Conjugate, Transpose, ConjugateTranspose, Chop, Rotate, Inverse and
+// Eigensystem.
 //
 // Each of them is a dispatcher.  It looks at its first argument and hands the
 // whole call (same stack) to the arm of that argument's kind.  The arms of a
@@ -51,6 +52,7 @@ int Luaconjugate(lua_State* L);
 int Luatranspose(lua_State* L);
 int Luaconjugatetranspose(lua_State* L);
 int LuaChop(lua_State* L);       // Chop(x [, eps])
+int Luarotate(lua_State* L);     // Rotate(x, U)
 int LuaInverse(lua_State* L);
 // Eigensystem with one argument: the dense forms (LuaEigensystemDenseTable);
 // with more: the many-body forms, dispatched on the kind of argument 1.

@@ -2,6 +2,8 @@
 #include "host/register.h"
 
 #include "atomic/basis_lua.h"
+#include "atomic/coulomb_lua.h"
+#include "atomic/oneparticle_lua.h"
 #include "atomic/orbitals_lua.h"
 #include "host/complex_lua.h"
 #include "host/global_dispatch.h"
@@ -9,7 +11,9 @@
 #include "host/mathlib.h"
 #include "host/timing.h"
 #include "host/units.h"
+#include "host/varstore.h"
 #include "host/verbosity.h"
+#include "manybody/operator_lua.h"
 #include "manybody/wavefunction_lua.h"
 #include "numeric/interpolatingfunction_lua.h"
 #include "numeric/matrix_lua.h"
@@ -27,6 +31,7 @@ void SkeldaRegisterHostLibraries(lua_State* L) {
     RegisterPhysicalConstants(L);
     RegisterEnergyUnits(L, "eV");
     LuaRegisterComplex(L);
+    LuaRegisterVariableStore(L);
 }
 
 void SkeldaRegisterImaginaryUnit(lua_State* L) {
@@ -63,6 +68,9 @@ void RegisterAtomicGlobals(lua_State* L) {
         {nullptr, nullptr},
     };
     SkeldaSetGlobalFunctions(L, functions);
+    // The named atomic operators of NewOperator.
+    LuaRegisterOneParticleOperators();
+    LuaRegisterCoulombOperators();
 }
 
 }  // namespace
@@ -75,6 +83,7 @@ void RegisterAtomicGlobals(lua_State* L) {
 // types, Ulmen, Rondo, Tessel, the global functions, then the math names as
 // globals.  A later registration of a name overwrites an earlier one.
 int luaopen_ssp(lua_State* L) {
+    LuaRegisterOperatorType(L);
     LuaRegisterWavefunctionType(L);
     LuaRegisterInterpolatingFunctionType(L);
     LuaRegisterResponseFunctionType(L);
@@ -101,6 +110,7 @@ int luaopen_ssp(lua_State* L) {
         {"Copy", Luacopy},
         {"Eigensystem", LuaEigensystem},
         {"Inverse", LuaInverse},
+        {"Rotate", Luarotate},
         {"Transpose", Luatranspose},
         {nullptr, nullptr},
     };
@@ -116,6 +126,13 @@ int luaopen_ssp(lua_State* L) {
         {nullptr, nullptr},
     };
     SkeldaSetGlobalFunctions(L, wavefunctionGlobals);
+    static const luaL_Reg operatorGlobals[] = {
+        {"NewOperator", LuaNewOperator},
+        {"OperatorSetTrace", LuaOperatorSetTrace},
+        {"OperatorToMatrix", LuaOperatorToMatrix},
+        {nullptr, nullptr},
+    };
+    SkeldaSetGlobalFunctions(L, operatorGlobals);
     // Last: the functions of math as globals.
     LuaRegisterMathGlobals(L);
     return 0;

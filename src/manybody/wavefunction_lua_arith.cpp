@@ -85,11 +85,13 @@ int PushSum(lua_State* L, const WaveFunctionType& a, const WaveFunctionType& b, 
     return 1;
 }
 
+// The operator's fermion modes must lie within those of the state, and the
+// bosons must agree (the words of the operator's own product).
 void CheckOperatorFits(lua_State* L, const OperatorType& O, const WaveFunctionType& psi) {
-    if (O.NF <= psi.NFermion && O.NB <= psi.NBoson) return;
+    if (O.NF <= psi.NFermion && O.NB == psi.NBoson) return;
     luaL_error(L,
-               "Error, an operator on %d fermionic and %d bosonic modes can not act on a wavefunction of %d "
-               "fermionic and %d bosonic modes\n",
+               "Error, an operator of %d fermions and %d bosons can not act on a wavefunction of %d fermions and "
+               "%d bosons\n",
                (int)O.NF, (int)O.NB, (int)psi.NFermion, (int)psi.NBoson);
 }
 

@@ -1,6 +1,6 @@
 // Operators on either side of a wave function in scripts.  The operator is an
-// "Operator_Type" userdata made here from the store, so that the products are
-// checked apart from the operator's own script face.
+// "Operator_Type" userdata made here from the store, with its terms known
+// exactly.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -19,8 +19,8 @@ int FreeTestOperator(lua_State* L) {
     return 0;
 }
 
-// Sets the global O to an Operator_Type userdata that takes over op.  Where
-// the type is not registered, a stand-in metatable frees the record.
+// Sets the global O to an Operator_Type userdata that takes over op (the
+// type's finaliser frees it; a stand-in where the type is not registered).
 void SetOperator(lua_State* L, const OperatorType& op) {
     OperatorType* ud = static_cast<OperatorType*>(lua_newuserdata(L, sizeof(OperatorType)));
     *ud = op;
@@ -69,8 +69,14 @@ TEST(WavefunctionLua, OperatorOnEitherSide) {
     for (int k = 0; k < 12; k++) EXPECT_DOUBLE_EQ(lua_tonumber(L, k + 1), want[k]) << "result " << k + 1;
     lua_settop(L, 0);
 
-    // An operator on more modes than the state holds is refused.
-    ASSERT_NE(luaL_dostring(L, "return O * NewWavefunction(2, 0, {{'10', 1}})"), LUA_OK);
-    EXPECT_NE(std::string(lua_tostring(L, -1)).find("can not act on a wavefunction of 2 fermionic"), std::string::npos);
+    // An operator on more modes than the state holds is refused, on either side.
+    for (const char* product : {"return O * NewWavefunction(2, 0, {{'10', 1}})",
+                                "return NewWavefunction(2, 0, {{'10', 1}}) * O"}) {
+        ASSERT_NE(luaL_dostring(L, product), LUA_OK);
+        EXPECT_NE(std::string(lua_tostring(L, -1)).find("can not act on a wavefunction of 2 fermions"),
+                  std::string::npos)
+            << product;
+        lua_settop(L, 0);
+    }
     lua_close(L);
 }
