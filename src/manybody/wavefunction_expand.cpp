@@ -23,8 +23,7 @@ unsigned int Occupation(const uint8_t* det, uint32_t NF, uint32_t mode) {
 
 // Initialises count records with the settings of psi; on failure the ones
 // made are freed again.
-int InitParts(const WaveFunctionType& psi, WaveFunctionType* parts, uint64_t count, uint32_t QComplex,
-              const char* fn) {
+int InitParts(const WaveFunctionType& psi, WaveFunctionType* parts, uint64_t count, uint32_t QComplex, const char* fn) {
     for (uint64_t f = 0; f < count; f++) {
         WaveFunctionType& part = parts[f];
         part.QComplex = QComplex;
@@ -75,9 +74,9 @@ int WaveFunctionExpand(WaveFunctionType psi, const uint32_t* modes, unsigned int
             f |= (uint64_t)occ << j;
         }
         if (!fits) continue;
-        const int failed = psi.QComplex ? ComplexWaveFunctionAddElement(&parts[f], det, WaveFunctionRe(psi, i),
-                                                                        WaveFunctionIm(psi, i))
-                                        : RealWaveFunctionAddElement(&parts[f], det, WaveFunctionRe(psi, i));
+        const int failed =
+            psi.QComplex ? ComplexWaveFunctionAddElement(&parts[f], det, WaveFunctionRe(psi, i), WaveFunctionIm(psi, i))
+                         : RealWaveFunctionAddElement(&parts[f], det, WaveFunctionRe(psi, i));
         if (failed) {
             printf("%sWaveFunctionAddElement failed in WaveFunctionExpand for determinant %i/%i of function %i/%i\n",
                    psi.QComplex ? "Complex" : "Real", (int)i, (int)psi.N, (int)f, (int)count);
@@ -148,9 +147,9 @@ int WaveFunctionChangeNFandNB(WaveFunctionType* psi, uint32_t NFnew, uint32_t NB
         memcpy(det, src, fullBytes);
         if (keptFermions & 7u) det[fullBytes] = src[fullBytes] & tailMask;
         memcpy(det + newFermionBytes, src + oldFermionBytes, keptBosons);
-        const int failed = out.QComplex
-                               ? ComplexWaveFunctionAddElement(&out, det, WaveFunctionRe(*psi, i), WaveFunctionIm(*psi, i))
-                               : RealWaveFunctionAddElement(&out, det, WaveFunctionRe(*psi, i));
+        const int failed =
+            out.QComplex ? ComplexWaveFunctionAddElement(&out, det, WaveFunctionRe(*psi, i), WaveFunctionIm(*psi, i))
+                         : RealWaveFunctionAddElement(&out, det, WaveFunctionRe(*psi, i));
         if (failed) {
             Report(out.QComplex ? "Error ComplexWaveFunctionAddElement failed in WaveFunctionChangeNFandNB"
                                 : "Error RealWaveFunctionAddElement failed in WaveFunctionChangeNFandNB");

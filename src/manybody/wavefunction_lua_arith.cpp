@@ -34,8 +34,7 @@ bool IsNumber(lua_State* L, int idx) { return lua_type(L, idx) == LUA_TNUMBER; }
 // Two states can only meet when their determinants have the same shape.
 void CheckSameModes(lua_State* L, const WaveFunctionType& a, const WaveFunctionType& b, const char* what) {
     if (a.NFermion == b.NFermion && a.NBoson == b.NBoson) return;
-    luaL_error(L,
-               "Error in %s, the wavefunctions have different numbers of modes (NF = %d and %d, NB = %d and %d)\n",
+    luaL_error(L, "Error in %s, the wavefunctions have different numbers of modes (NF = %d and %d, NB = %d and %d)\n",
                what, (int)a.NFermion, (int)b.NFermion, (int)a.NBoson, (int)b.NBoson);
 }
 
@@ -60,7 +59,8 @@ int ScaledCopy(const WaveFunctionType& psi, Complex16 z, bool promote, WaveFunct
 int PushScaled(lua_State* L, const WaveFunctionType& psi, Complex16 z, bool promote, const char* message) {
     WaveFunctionType* ud = wflua::PushEmpty(L);
     WaveFunctionType out;
-    wflua::RetryAfterCollect(L, [&] { return ScaledCopy(psi, z, promote, &out); }, message);
+    wflua::RetryAfterCollect(
+        L, [&] { return ScaledCopy(psi, z, promote, &out); }, message);
     *ud = out;
     wflua::CollectStep(L);
     return 1;
@@ -139,7 +139,8 @@ int PushInnerProduct(lua_State* L, const WaveFunctionType& a, const WaveFunction
 // z * psi for a complex number on the left: a real state stays real when z
 // has no imaginary part.
 void ComplexTimesWavefunction(lua_State* L, Complex16 z, int idx) {
-    PushScaled(L, *wflua::Check(L, idx), z, false, "out of memory when multipling a complex number with a wavefunction");
+    PushScaled(L, *wflua::Check(L, idx), z, false,
+               "out of memory when multipling a complex number with a wavefunction");
 }
 
 }  // namespace
@@ -149,7 +150,8 @@ int LuaWavefunctionAdd(lua_State* L) {
         return luaL_error(L, "Error in __add found 3 arguments, wheras a + b should only have two arguments\n");
     WaveFunctionType* a = wflua::Test(L, 1);
     WaveFunctionType* b = wflua::Test(L, 2);
-    if (a == nullptr || b == nullptr) return luaL_error(L, "Error, a wavefunction can only be added to a wavefunction\n");
+    if (a == nullptr || b == nullptr)
+        return luaL_error(L, "Error, a wavefunction can only be added to a wavefunction\n");
     CheckSameModes(L, *a, *b, "__add");
     return PushSum(L, *a, *b, 1.0, "out of memory when adding two wavefunctions");
 }
@@ -212,8 +214,9 @@ int LuaWavefunctionDiv(lua_State* L) {
 }
 
 void LuaRegisterWavefunctionComplexRow() {
-    static const ComplexOperandRow row = {
-        WAVEFUNCTION_TYPE_NAME, ComplexOperandUserdata, "wavefunction",
-        {nullptr, nullptr, ComplexTimesWavefunction, nullptr, nullptr}};
+    static const ComplexOperandRow row = {WAVEFUNCTION_TYPE_NAME,
+                                          ComplexOperandUserdata,
+                                          "wavefunction",
+                                          {nullptr, nullptr, ComplexTimesWavefunction, nullptr, nullptr}};
     ComplexSetOperandRow(row);
 }

@@ -21,8 +21,7 @@ namespace {
 const int64_t kMaxModes = 65535;
 
 WaveFunctionType* Current(lua_State* L, const char* method) {
-    return static_cast<WaveFunctionType*>(
-        LuaCheckCurrentUdata(L, WAVEFUNCTION_TYPE_NAME, method, "a wavefunction"));
+    return static_cast<WaveFunctionType*>(LuaCheckCurrentUdata(L, WAVEFUNCTION_TYPE_NAME, method, "a wavefunction"));
 }
 
 bool KeyIs(const char* key, const char* name) { return strcmp(key, name) == 0; }
@@ -66,7 +65,8 @@ void PushPrefactor(lua_State* L, const WaveFunctionType& psi, uint32_t i) {
 void ChangeModes(lua_State* L, WaveFunctionType* psi, uint32_t NF, uint32_t NB) {
     const char* message = lua_pushfstring(
         L, "Error in WaveFunctionChangeNFandNB, out of memory while changing the number of modes of %s\n", psi->Name);
-    wflua::RetryAfterCollect(L, [&] { return WaveFunctionChangeNFandNB(psi, NF, NB); }, message);
+    wflua::RetryAfterCollect(
+        L, [&] { return WaveFunctionChangeNFandNB(psi, NF, NB); }, message);
 }
 
 }  // namespace
@@ -188,7 +188,8 @@ int LuaWavefunctionDet(lua_State* L) {
     uint32_t i = 0;
     int shown = 0;
     const int got = ReadElementIndex(L, 1, *psi, &i, &shown);
-    if (got < 0) return luaL_error(L, "Error in .Det(arg) arg should be an integer between 1 and .N (%d)\n", (int)psi->N);
+    if (got < 0)
+        return luaL_error(L, "Error in .Det(arg) arg should be an integer between 1 and .N (%d)\n", (int)psi->N);
     if (got == 0)
         return luaL_error(L, "Error in .Det(arg = %d) arg should be an integer between 1 and .N (%d)\n", shown,
                           (int)psi->N);
@@ -207,9 +208,9 @@ int LuaWavefunctionDet(lua_State* L) {
             if (WaveFunctionInit(&det)) return 1;
             snprintf(det.Name, sizeof(det.Name), "%.240s.Det(%d)", psi->Name, (int)i);
             const uint8_t* d = WaveFunctionDet(*psi, i);
-            const int failed = det.QComplex
-                                   ? ComplexWaveFunctionAddElement(&det, d, WaveFunctionRe(*psi, i), WaveFunctionIm(*psi, i))
-                                   : RealWaveFunctionAddElement(&det, d, WaveFunctionRe(*psi, i));
+            const int failed =
+                det.QComplex ? ComplexWaveFunctionAddElement(&det, d, WaveFunctionRe(*psi, i), WaveFunctionIm(*psi, i))
+                             : RealWaveFunctionAddElement(&det, d, WaveFunctionRe(*psi, i));
             if (failed) WaveFunctionFree(&det);
             return failed;
         },

@@ -27,7 +27,8 @@ template <class Make>
 int PushMade(lua_State* L, Make make, const char* message) {
     WaveFunctionType* ud = wflua::PushEmpty(L);
     WaveFunctionType out;
-    wflua::RetryAfterCollect(L, [&] { return make(&out); }, message);
+    wflua::RetryAfterCollect(
+        L, [&] { return make(&out); }, message);
     *ud = out;
     wflua::CollectStep(L);
     return 1;
@@ -38,7 +39,8 @@ int PushMade(lua_State* L, Make make, const char* message) {
 int LuaFileReadWavefunction(lua_State* L) {
     const int nargs = lua_gettop(L);
     if (nargs != 1 && nargs != 2)
-        return luaL_error(L, "Error in FileReadWaveFunction(arg).\n The arguments should at least contain the file name.");
+        return luaL_error(L,
+                          "Error in FileReadWaveFunction(arg).\n The arguments should at least contain the file name.");
     const char* name = luaL_checkstring(L, 1);
     uint32_t nbits = 16;
     uint8_t binary = 0;

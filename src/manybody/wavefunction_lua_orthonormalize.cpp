@@ -36,11 +36,8 @@ void ReadSettings(lua_State* L, int idx, OrthonormalizeSettings* s) {
     double singularValue = s->singularValue;
     uint8_t reduce = 0;
     LuaOptionsType options[] = {
-        {"Method", "char*", &method},
-        {"Order", "char*", &order},
-        {"SingularValue", "double", &singularValue},
-        {"ReduceDimension", "bool", &reduce},
-        {nullptr, nullptr, nullptr},
+        {"Method", "char*", &method},         {"Order", "char*", &order},  {"SingularValue", "double", &singularValue},
+        {"ReduceDimension", "bool", &reduce}, {nullptr, nullptr, nullptr},
     };
     LuaCheckOptions(L, idx, options);
     if (method != nullptr) {
@@ -83,8 +80,8 @@ int OrthonormalizeStates(lua_State* L, const OrthonormalizeSettings& s) {
         if (given[k] == nullptr)
             return luaL_error(L, "Error in Orthonormalize, element %d of the list is not a wavefunction\n", (int)k + 1);
         if (given[k]->NFermion != given[0]->NFermion || given[k]->NBoson != given[0]->NBoson)
-            return luaL_error(L, "Error in Orthonormalize, the wavefunctions 1 and %d have different numbers of modes\n",
-                              (int)k + 1);
+            return luaL_error(
+                L, "Error in Orthonormalize, the wavefunctions 1 and %d have different numbers of modes\n", (int)k + 1);
     }
     wflua::WaveFunctionArray list;
     unsigned int kept = n;
@@ -153,13 +150,15 @@ int OrthonormalizeMatrix(lua_State* L, const OrthonormalizeSettings& s) {
 int LuaOrthonormalize(lua_State* L) {
     const int nargs = lua_gettop(L);
     if (nargs < 1 || nargs > 2)
-        return luaL_error(L, "Orthonormalize called with %d arguments, expected a list of wavefunctions or a matrix "
-                             "and optionally a list of options\n",
+        return luaL_error(L,
+                          "Orthonormalize called with %d arguments, expected a list of wavefunctions or a matrix "
+                          "and optionally a list of options\n",
                           nargs);
     OrthonormalizeSettings settings;
     if (nargs == 2) {
         if (!LuaTestOptionsList(L, 2))
-            return luaL_error(L, "Second argument of Orthogonalize is optional but iff given should be a list of options.\n");
+            return luaL_error(
+                L, "Second argument of Orthogonalize is optional but iff given should be a list of options.\n");
         ReadSettings(L, 2, &settings);
     }
     if (IsListOfStates(L, 1)) return OrthonormalizeStates(L, settings);

@@ -28,8 +28,8 @@ TEST(WavefunctionLuaAlloc, EveryCallRetriesAfterACollection) {
     luaopen_ssp(L);
     SkeldaRegisterImaginaryUnit(L);
     ASSERT_EQ(RunChunk(L,
-                  "p = NewWavefunction(4, 0, {{'1100', 1}, {'0011', 2}})\n"
-                  "q = NewWavefunction(4, 0, {{'0011', 3}, {'1010', -1}})"),
+                       "p = NewWavefunction(4, 0, {{'1100', 1}, {'0011', 2}})\n"
+                       "q = NewWavefunction(4, 0, {{'0011', 3}, {'1010', -1}})"),
               "");
     const char* chunk =
         "local s = p + q - 2 * q\n"

@@ -70,8 +70,8 @@ TEST(WavefunctionLua, OperatorOnEitherSide) {
     lua_settop(L, 0);
 
     // An operator on more modes than the state holds is refused, on either side.
-    for (const char* product : {"return O * NewWavefunction(2, 0, {{'10', 1}})",
-                                "return NewWavefunction(2, 0, {{'10', 1}}) * O"}) {
+    for (const char* product :
+         {"return O * NewWavefunction(2, 0, {{'10', 1}})", "return NewWavefunction(2, 0, {{'10', 1}}) * O"}) {
         ASSERT_NE(luaL_dostring(L, product), LUA_OK);
         EXPECT_NE(std::string(lua_tostring(L, -1)).find("can not act on a wavefunction of 2 fermions"),
                   std::string::npos)
