@@ -9,6 +9,7 @@
 #include "host/complex_lua.h"
 #include "host/luahost.h"
 #include "manybody/operator_lua.h"
+#include "manybody/wavefunction_lua.h"
 #include "numeric/matrix_lua.h"
 #include "response/responsefunction.h"
 
@@ -166,6 +167,7 @@ const LuaDispatchArm kCopyArms[] = {
     {LuaKindComplex, CopyComplex},
     {LuaKindMatrixUserdata, MatrixCopyArm},
     {LuaKindOperator, LuaOperatorCopyArm},
+    {LuaKindWavefunction, LuaWavefunctionCopyArm},
     {LuaKindTable, CopyTable},
 };
 
@@ -174,6 +176,7 @@ const LuaDispatchArm kConjugateArms[] = {
     {LuaKindComplex, ConjugateComplex},
     {LuaKindMatrixUserdata, MatrixConjugateArm},
     {LuaKindOperator, LuaOperatorConjugateArm},
+    {LuaKindWavefunction, LuaWavefunctionConjugateArm},
     {LuaKindTable, ConjugateTable},
 };
 
@@ -198,6 +201,7 @@ const LuaDispatchArm kChopArms[] = {
     {LuaKindComplex, ChopComplex},
     {LuaKindMatrixUserdata, LuaMatrixChop},
     {LuaKindOperator, LuaOperatorChopArm},
+    {LuaKindWavefunction, LuaWavefunctionChopArm},
     {LuaKindTable, ChopTable},
 };
 

@@ -100,6 +100,7 @@ int luaopen_ssp(lua_State* L) {
     SkeldaSetGlobalFunctions(L, responseFunctionGlobals);
     // Matrix_Type, Matrix and MatrixMeta: after the response-function globals.
     LuaRegisterMatrixType(L);
+    LuaRegisterWavefunctionFileLibrary(L);
     // The global functions.
     // The calls that act on several kinds (see host/global_dispatch.h).
     static const luaL_Reg dispatchedGlobals[] = {
@@ -118,7 +119,11 @@ int luaopen_ssp(lua_State* L) {
     RegisterTimingGlobals(L);
     RegisterAtomicGlobals(L);
     static const luaL_Reg wavefunctionGlobals[] = {
+        {"DeterminantString", LuaDeterminantString},
+        {"Expand", LuaWavefunctionExpand},
+        {"ExpandToBasis", LuaWaveFunctionToDeterminantBasis},
         {"NewWavefunction", LuaNewWaveFunction},
+        {"Orthonormalize", LuaOrthonormalize},
         {nullptr, nullptr},
     };
     SkeldaSetGlobalFunctions(L, wavefunctionGlobals);

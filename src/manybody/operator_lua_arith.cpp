@@ -13,48 +13,6 @@ const char* const WavefunctionTypeName = "Wavefunction_Type";
 
 bool IsWavefunction(lua_State* L, int idx) { return luaL_testudata(L, idx, WavefunctionTypeName) != nullptr; }
 
-// Pushes a new wave function that takes over *psi; frees it if the
-// interpreter can't make the userdata.
-void PushWavefunction(lua_State* L, WaveFunctionType* psi) {
-    try {
-        LuaPushWaveFunction(L, *psi);
-    } catch (...) {
-        WaveFunctionFree(psi);
-        throw;
-    }
-}
-
-// O psi for an operator at index 1 and a wave function at index 2; for the
-// reverse order psi O, the ket O^dagger psi.  The operator's fermion modes
-// must lie within those of the state, and the bosons must agree.
-int OperatorWithWavefunction(lua_State* L, bool operatorLeft) {
-    const OperatorType* O = luaL_checkOperator(L, operatorLeft ? 1 : 2);
-    const WaveFunctionType* psi = static_cast<WaveFunctionType*>(
-        luaL_checkudata(L, operatorLeft ? 2 : 1, WavefunctionTypeName));
-    if (O->NF > psi->NFermion || O->NB != psi->NBoson)
-        return luaL_error(L, "Error, an operator of %d fermions and %d bosons can not act on a wavefunction of %d "
-                             "fermions and %d bosons\n",
-                          (int)O->NF, (int)O->NB, (int)psi->NFermion, (int)psi->NBoson);
-    WaveFunctionType R;
-    if (operatorLeft) {
-        oplua::RetryAfterCollect(L, [&]() { return OperatorPsi(*O, *psi, &R); },
-                                 "out of memory when multipling an operator times a wavefunction");
-    } else {
-        oplua::RetryAfterCollect(
-            L,
-            [&]() {
-                OperatorType D;
-                if (OperatorConjugateTransposeNormalOrder(*O, &D, QDetNotOrderedFcFaBaBc) != 0) return 1;
-                const int status = OperatorPsi(D, *psi, &R);
-                FreeOperator(&D);
-                return status;
-            },
-            "out of memory when multipling wavefunction times an operator");
-    }
-    PushWavefunction(L, &R);
-    return 1;
-}
-
 int AddOrSubtract(lua_State* L, double sign) {
     OperatorType* A = luaL_testOperator(L, 1);
     OperatorType* B = luaL_testOperator(L, 2);
@@ -194,8 +152,9 @@ int LuaOperatorMul(lua_State* L) {
         oplua::PushCopyScaledShifted(L, *B, z, nullptr, false, "out of memory when multipling a number with an operator");
         return 1;
     }
-    if (A != nullptr && IsWavefunction(L, 2)) return OperatorWithWavefunction(L, true);
-    if (B != nullptr && IsWavefunction(L, 1)) return OperatorWithWavefunction(L, false);
+    // O * psi (and psi * O): the wave function's product knows both orders.
+    if ((A != nullptr && IsWavefunction(L, 2)) || (B != nullptr && IsWavefunction(L, 1)))
+        return LuaWavefunctionMul(L);
     return luaL_error(L, "Error, operator multiplied with an object of unrecognized type\n");
 }
 

@@ -1,15 +1,20 @@
 // Wave functions in scripts: the constructor NewWavefunction, the
-// metatable "Wavefunction_Type" with its text form and its finaliser.
+// metatable "Wavefunction_Type" with its text form and its finaliser, its
+// registration and the pushers of new states.  Fields and dot methods are in
+// wavefunction_lua_fields.cpp, arithmetic in wavefunction_lua_arith.cpp, the
+// global functions in wavefunction_lua_functions.cpp and
+// wavefunction_lua_orthonormalize.cpp.
 #include <cstdlib>
 #include <cstring>
 
 #include "host/complex16.h"
 #include "host/options.h"
 #include "manybody/wavefunction_lua.h"
+#include "manybody/wavefunction_lua_internal.h"
 
 namespace {
 
-const char* const kWavefunctionType = "Wavefunction_Type";
+const char* const kWavefunctionType = WAVEFUNCTION_TYPE_NAME;
 
 // Fills det (NWord bytes) from entry number k of the list: a text such as
 // "1100" or a table of NWord byte values.  The determinant is on the top of
@@ -165,6 +170,13 @@ int LuaWavefunctionDestroy(lua_State* L) {
 
 void LuaRegisterWavefunctionType(lua_State* L) {
     static const luaL_Reg methods[] = {
+        {"__add", LuaWavefunctionAdd},
+        {"__sub", LuaWavefunctionSub},
+        {"__mul", LuaWavefunctionMul},
+        {"__div", LuaWavefunctionDiv},
+        {"__unm", LuaWavefunctionUnm},
+        {"__index", LuaWavefunctionIndex},
+        {"__newindex", LuaWavefunctionNewIndex},
         {"__tostring", LuaWavefunctionToString},
         {"__gc", LuaWavefunctionDestroy},
         {nullptr, nullptr},
@@ -172,10 +184,32 @@ void LuaRegisterWavefunctionType(lua_State* L) {
     luaL_newmetatable(L, kWavefunctionType);
     luaL_setfuncs(L, methods, 0);
     lua_pop(L, 1);
+    LuaRegisterWavefunctionComplexRow();
 }
 
 void LuaPushWaveFunction(lua_State* L, const WaveFunctionType& psi) {
-    WaveFunctionType* ud = static_cast<WaveFunctionType*>(lua_newuserdata(L, sizeof(WaveFunctionType)));
+    WaveFunctionType* ud = wflua::PushEmpty(L);
     *ud = psi;
-    luaL_setmetatable(L, kWavefunctionType);
 }
+
+namespace wflua {
+
+WaveFunctionType* PushEmpty(lua_State* L) {
+    WaveFunctionType* ud = static_cast<WaveFunctionType*>(lua_newuserdata(L, sizeof(WaveFunctionType)));
+    memset(ud, 0, sizeof(WaveFunctionType));
+    luaL_setmetatable(L, kWavefunctionType);
+    return ud;
+}
+
+void PushList(lua_State* L, WaveFunctionArray* list, uint64_t count) {
+    lua_createtable(L, (int)count, 0);
+    for (uint64_t k = 0; k < count; k++) {
+        WaveFunctionType* ud = PushEmpty(L);
+        *ud = list->psi[k];
+        memset(&list->psi[k], 0, sizeof(WaveFunctionType));
+        lua_rawseti(L, -2, (int)(k + 1));
+    }
+    CollectStep(L);
+}
+
+}  // namespace wflua

@@ -90,6 +90,8 @@ for _, kinds in ipairs({{false, false}, {true, false}, {false, true}, {true, tru
   near(Braket(psi, H, phi), dense(c, M, d), "<psi|H|phi>, " .. what)
   near(Braket(psi, H, psi), dense(c, M, c), "<psi|H|psi>, " .. what)
   near(Braket(psi, H * psi), dense(c, M, c), "<psi|(H psi)>, " .. what)
+  near(psi * (H * psi), Braket(psi, H, psi), "psi * (H * psi), " .. what)
+  near((psi * H) * phi, Braket(psi, H, phi), "(psi * H) * phi, " .. what)
   near(Braket(psi, phi), dot(c, d), "<psi|phi>, " .. what)
   near(Braket(phi, psi), dot(d, c), "<phi|psi>, " .. what)
 
