@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "../tests/unit/faddeeva_reference.h"
-#include "host/specialfunctions.h"
+#include "base/specialfunctions.h"
 
 namespace {
 

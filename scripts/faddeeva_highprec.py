@@ -3,7 +3,7 @@
 
 Two uses:
 
-  faddeeva_highprec.py tables     > src/host/faddeeva_tables.cpp
+  faddeeva_highprec.py tables     > src/base/faddeeva_tables.cpp
       Piecewise Chebyshev fits of erfcx and of Im w on the real axis, in the
       variables y100 = 400/(4+x) and y100 = 100/(1+x): 100 intervals of width
       one, a polynomial of degree 6 in t = 2*y100 - (2k+1) on each; plus the
@@ -328,7 +328,7 @@ def emit_tables():
     out.write("// function on y100 in [k, k+1]: erfcx(400/y100 - 4) for ErfcxY100Table,\n")
     out.write("// Im w(100/y100 - 1) for WImY100Table.  The fits are truncated Chebyshev\n")
     out.write("// series from a 40-digit evaluation of the functions.\n")
-    out.write('#include "host/faddeeva_tables.h"\n\n')
+    out.write('#include "base/faddeeva_tables.h"\n\n')
     for name, rows in (("ErfcxY100Table", erfcx_rows), ("WImY100Table", wim_rows)):
         out.write("const double %s[100][7] = {\n" % name)
         for k, row in enumerate(rows):

@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "host/complex16.h"
+#include "base/complex16.h"
 #include "numeric/compactmatrix.h"
 
 // A dense complex matrix in one row-major block: entry (i,j) at a[i*Nj+j].

@@ -3,7 +3,7 @@
 #include "atomic/basis_lua.h"
 
 #include "atomic/basis.h"
-#include "host/options.h"
+#include "base/options.h"
 #include "numeric/matrix_lua.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include "atomic/coulomb.h"
 #include "atomic/coulomb_lua.h"
 #include "atomic/operators_lua_detail.h"
-#include "host/options.h"
+#include "base/options.h"
 #include "manybody/operator_lua.h"
 
 using namespace atomiclua;

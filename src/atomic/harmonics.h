@@ -24,7 +24,7 @@
 #ifndef SKELDA_ATOMIC_HARMONICS_H
 #define SKELDA_ATOMIC_HARMONICS_H
 
-#include "host/complex16.h"
+#include "base/complex16.h"
 
 // 0 <= l <= 12.
 double ReSphericalHarmonicY(int l, int m, double theta, double phi);

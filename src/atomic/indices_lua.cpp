@@ -4,7 +4,7 @@
 
 #include "atomic/orbitals.h"
 #include "atomic/orbitals_lua.h"
-#include "host/options.h"
+#include "base/options.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include "atomic/oneparticle.h"
 #include "atomic/oneparticle_lua.h"
 #include "atomic/operators_lua_detail.h"
-#include "host/options.h"
+#include "base/options.h"
 #include "manybody/operator_lua.h"
 
 using namespace atomiclua;

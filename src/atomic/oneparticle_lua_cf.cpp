@@ -4,7 +4,7 @@
 #include "atomic/oneparticle.h"
 #include "atomic/oneparticle_lua.h"
 #include "atomic/operators_lua_detail.h"
-#include "host/complex_lua.h"
+#include "base/complex_lua.h"
 
 using namespace atomiclua;
 

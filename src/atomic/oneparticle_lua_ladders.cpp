@@ -4,7 +4,7 @@
 #include "atomic/oneparticle.h"
 #include "atomic/oneparticle_lua.h"
 #include "atomic/operators_lua_detail.h"
-#include "host/options.h"
+#include "base/options.h"
 
 using namespace atomiclua;
 

@@ -1,6 +1,6 @@
 // Shared steps of the readers of the named atomic operators.
 #include "atomic/operators_lua_detail.h"
-#include "host/options.h"
+#include "base/options.h"
 #include "manybody/operator_lua.h"
 
 namespace atomiclua {

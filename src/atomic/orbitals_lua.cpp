@@ -2,7 +2,7 @@
 #include "atomic/orbitals_lua.h"
 
 #include "atomic/orbitals.h"
-#include "host/options.h"
+#include "base/options.h"
 
 int LuaOrbToMultiplicity(lua_State* L) {
     int n = lua_gettop(L);

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "host/specialfunctions.h"
+#include "base/specialfunctions.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstddef>
 
-#include "host/complex_lua.h"
+#include "base/complex_lua.h"
 #include "host/luahost.h"
 #include "manybody/operator_lua.h"
 #include "manybody/wavefunction_lua.h"

@@ -30,9 +30,9 @@
 
 #include <lua.hpp>
 
-// Tolerance of Chop(x) when none is given: parts smaller in magnitude become 0.
-const double kChopDefaultTolerance = 1e-10;
+#include "base/chop.h"
 
+// Tolerance of Chop(x) when none is given: parts smaller in magnitude become 0.
 // One arm of a dispatcher.
 struct LuaDispatchArm {
     int (*test)(lua_State* L, int idx);

@@ -34,7 +34,5 @@ int luaKSV_fulltablelen(lua_State* L, int idx);
 const char* SkeldaToLString(lua_State* L, int idx, size_t* len);
 
 int KSVgethostname(char* name, size_t len);
-double ksvdrand();
-void ksvsrand(unsigned seed);
 
 #endif

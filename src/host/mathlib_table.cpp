@@ -2,7 +2,11 @@
 // the globals of the same names.
 #include <cmath>
 
-#include "host/mathlib.h"
+#include "host/mathlib_table.h"
+
+#include "atomic/mathlib_angular.h"
+#include "base/mathlib.h"
+#include "numeric/mathlib_matrix.h"
 
 // Every stock name is followed by its capitalised twin, the same function.
 const luaL_Reg kMathLibraryFunctions[] = {

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "base/random.h"
 #include "host/register.h"
 
 namespace {
@@ -140,6 +141,3 @@ int SkeldaMain(int argc, char** argv) {
 
 int KSVgethostname(char* name, size_t len) { return gethostname(name, len); }
 
-double ksvdrand() { return rand() * 4.656612873077393e-10; }
-
-void ksvsrand(unsigned seed) { srand(seed); }

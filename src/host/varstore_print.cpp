@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "host/complex_lua.h"
+#include "base/complex_lua.h"
 #include "host/varstore.h"
 #include "manybody/operator.h"
 #include "manybody/wavefunction.h"

@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <vector>
 
-#include "host/complex_lua.h"
-#include "host/options.h"
+#include "base/complex_lua.h"
+#include "base/options.h"
 #include "manybody/expectation.h"
 #include "manybody/expectation_lua.h"
 #include "manybody/operator_lua.h"

@@ -12,7 +12,7 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "host/complex16.h"
+#include "base/complex16.h"
 #include "manybody/restriction.h"
 
 const uint16_t LaderCreation = 0x8000;  // bit of a creation code

@@ -17,7 +17,7 @@
 
 #include <cstdint>
 
-#include "host/complex16.h"
+#include "base/complex16.h"
 #include "manybody/operator.h"
 
 struct MatrixType;

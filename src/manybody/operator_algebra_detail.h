@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "host/complex16.h"
+#include "base/complex16.h"
 #include "manybody/operator.h"
 
 namespace opalg {

@@ -1,6 +1,6 @@
 // Arithmetic of operators in scripts: the metamethods of Operator_Type and
 // the operand rows of operators in the arithmetic of complex numbers.
-#include "host/complex_lua.h"
+#include "base/complex_lua.h"
 #include "manybody/operator_algebra.h"
 #include "manybody/operator_lua.h"
 #include "manybody/operator_lua_internal.h"

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "host/currentudata.h"
-#include "host/options.h"
+#include "base/currentudata.h"
+#include "base/options.h"
 #include "manybody/operator_algebra.h"
 #include "manybody/operator_lua.h"
 #include "manybody/operator_lua_internal.h"

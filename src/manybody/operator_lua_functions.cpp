@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <vector>
 
-#include "host/complex_lua.h"
-#include "host/options.h"
+#include "base/complex_lua.h"
+#include "base/options.h"
 #include "manybody/expectation.h"
 #include "manybody/operator_algebra.h"
 #include "manybody/operator_lua.h"

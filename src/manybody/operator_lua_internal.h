@@ -5,7 +5,7 @@
 
 #include <lua.hpp>
 
-#include "host/complex16.h"
+#include "base/complex16.h"
 #include "manybody/operator.h"
 #include "manybody/operator_algebra.h"
 

@@ -6,8 +6,8 @@
 #include <strings.h>
 #include <vector>
 
-#include "host/complex_lua.h"
-#include "host/options.h"
+#include "base/complex_lua.h"
+#include "base/options.h"
 #include "manybody/operator_lua.h"
 #include "manybody/operator_lua_internal.h"
 

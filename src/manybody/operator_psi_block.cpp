@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "host/verbosity.h"
+#include "base/verbosity.h"
 #include "manybody/operator_psi.h"
 #include "manybody/operator_psi_engine.h"
 

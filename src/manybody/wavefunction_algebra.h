@@ -37,7 +37,7 @@
 
 #include <cstdint>
 
-#include "host/complex16.h"
+#include "base/complex16.h"
 #include "manybody/restriction.h"
 #include "manybody/wavefunction.h"
 

@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "host/complex16.h"
-#include "host/options.h"
+#include "base/complex16.h"
+#include "base/options.h"
 #include "manybody/wavefunction_lua.h"
 #include "manybody/wavefunction_lua_internal.h"
 

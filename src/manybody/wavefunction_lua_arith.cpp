@@ -8,7 +8,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "host/complex_lua.h"
+#include "base/complex_lua.h"
 #include "manybody/operator.h"
 #include "manybody/operator_algebra.h"
 #include "manybody/operator_psi.h"

@@ -6,10 +6,10 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "host/complex_lua.h"
-#include "host/currentudata.h"
-#include "host/global_dispatch.h"
-#include "host/options.h"
+#include "base/complex_lua.h"
+#include "base/currentudata.h"
+#include "base/chop.h"
+#include "base/options.h"
 #include "manybody/wavefunction_algebra.h"
 #include "manybody/wavefunction_expand.h"
 #include "manybody/wavefunction_lua.h"

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "host/options.h"
+#include "base/options.h"
 #include "manybody/wavefunction_algebra.h"
 #include "manybody/wavefunction_expand.h"
 #include "manybody/wavefunction_lua.h"

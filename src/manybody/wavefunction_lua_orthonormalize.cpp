@@ -14,7 +14,7 @@
 #include <cstring>
 #include <vector>
 
-#include "host/options.h"
+#include "base/options.h"
 #include "manybody/wavefunction_algebra.h"
 #include "manybody/wavefunction_lua.h"
 #include "manybody/wavefunction_lua_internal.h"

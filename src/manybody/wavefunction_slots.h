@@ -15,7 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "host/complex16.h"
+#include "base/complex16.h"
 #include "manybody/wavefunction.h"
 
 namespace wfslots {

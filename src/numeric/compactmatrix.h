@@ -16,7 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "host/complex16.h"
+#include "base/complex16.h"
 #include "numeric/matrix.h"
 
 struct CompactVectorType;

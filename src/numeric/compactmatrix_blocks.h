@@ -15,7 +15,7 @@
 
 #include <cstdint>
 
-#include "host/complex16.h"
+#include "base/complex16.h"
 #include "numeric/compactmatrix.h"
 
 // R = rows i0 .. i1-1 and columns j0 .. j1-1 of A (counted from 0, the end

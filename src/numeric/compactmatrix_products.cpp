@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "host/options.h"
+#include "base/options.h"
 #include "numeric/compactmatrix.h"
 #include "numeric/lapack.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "host/options.h"
+#include "base/options.h"
 #include "numeric/spline.h"
 
 namespace {

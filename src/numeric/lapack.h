@@ -9,7 +9,7 @@
 
 #include <cstddef>
 
-#include "host/complex16.h"
+#include "base/complex16.h"
 
 typedef std::size_t FortranCharLength;
 

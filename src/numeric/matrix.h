@@ -11,7 +11,7 @@
 
 #include <cstdint>
 
-#include "host/complex16.h"
+#include "base/complex16.h"
 
 struct MatrixType {
     char Name[256];   // "Matrix" after InitMatrix

@@ -4,7 +4,7 @@
 #include <climits>
 #include <cmath>
 
-#include "host/complex_lua.h"
+#include "base/complex_lua.h"
 #include "numeric/compactmatrix_blocks.h"
 #include "numeric/matrix_lua.h"
 #include "numeric/matrix_lua_internal.h"

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <memory>
 
-#include "host/luahost.h"
-#include "host/options.h"
+#include "base/random.h"
+#include "base/options.h"
 #include "numeric/matrix_lua.h"
 #include "numeric/matrix_lua_internal.h"
 

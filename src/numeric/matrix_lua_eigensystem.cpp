@@ -2,8 +2,8 @@
 #include <cstdlib>
 #include <memory>
 
-#include "host/complex_lua.h"
-#include "host/options.h"
+#include "base/complex_lua.h"
+#include "base/options.h"
 #include "numeric/matrix_lua.h"
 #include "numeric/matrix_lua_internal.h"
 

@@ -26,7 +26,7 @@
 
 #include <cstdint>
 
-#include "host/complex16.h"
+#include "base/complex16.h"
 #include "manybody/operator.h"
 #include "numeric/compactmatrix.h"
 #include "response/listofpoles.h"

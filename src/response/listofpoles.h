@@ -18,7 +18,7 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "host/complex16.h"
+#include "base/complex16.h"
 
 struct ListOfPoles {
     char Name[256];

@@ -15,7 +15,7 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "host/complex16.h"
+#include "base/complex16.h"
 #include "numeric/matrix_lua.h"
 #include "response/blockforms.h"
 #include "response/lua_matrices.h"

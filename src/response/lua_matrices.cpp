@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "host/complex_lua.h"
+#include "base/complex_lua.h"
 #include "numeric/matrix_lua.h"
 
 namespace {

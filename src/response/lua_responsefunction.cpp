@@ -13,8 +13,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "host/complex_lua.h"
-#include "host/options.h"
+#include "base/complex_lua.h"
+#include "base/options.h"
 #include "numeric/matrix_lua.h"
 #include "response/listofpoles.h"
 #include "response/lua_matrices.h"

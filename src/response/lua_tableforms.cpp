@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "host/complex16.h"
-#include "host/complex_lua.h"
+#include "base/complex16.h"
+#include "base/complex_lua.h"
 
 namespace tableform {
 

@@ -22,7 +22,7 @@
 
 #include <cstdint>
 
-#include "host/complex16.h"
+#include "base/complex16.h"
 #include "numeric/compactmatrix.h"
 #include "response/blockforms.h"
 

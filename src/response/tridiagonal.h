@@ -23,7 +23,7 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "host/complex16.h"
+#include "base/complex16.h"
 #include "response/listofpoles.h"
 
 // Chain: N sites; a[0] the constant, a[1..N] the site energies; b[0] the

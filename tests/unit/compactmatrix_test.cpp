@@ -8,7 +8,7 @@
 #include <string>
 
 #include "dense_reference.h"
-#include "host/options.h"
+#include "base/options.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <complex>
 
-#include "host/complex16.h"
+#include "base/complex16.h"
 
 namespace {
 

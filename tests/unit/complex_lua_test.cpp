@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "host/complex_lua.h"
+#include "base/complex_lua.h"
 #include "host/luahost.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "faddeeva_reference.h"
-#include "host/specialfunctions.h"
+#include "base/specialfunctions.h"
 
 // The reference values come from scripts/faddeeva_highprec.py: Taylor series
 // of w and erf about 0 at as many decimal digits as their cancellation needs,

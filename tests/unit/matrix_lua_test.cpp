@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "host/complex_lua.h"
+#include "base/complex_lua.h"
 #include "host/luahost.h"
 #include "host/register.h"
 #include "numeric/matrix_lua.h"

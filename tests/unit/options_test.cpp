@@ -6,7 +6,8 @@
 #include <cstring>
 #include <string>
 
-#include "host/options.h"
+#include "base/options.h"
+#include "manybody/register_manybody.h"
 #include "manybody/restriction.h"
 
 namespace {
@@ -59,6 +60,7 @@ class OptionsTest : public ::testing::Test {
     lua_State* L = nullptr;
     void SetUp() override {
         ResetVariables();
+        LuaRegisterRestrictionOptionType();
         L = luaL_newstate();
         luaL_openlibs(L);
         luaL_newmetatable(L, "Complex_Type");

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "dense_reference.h"
-#include "host/complex16.h"
+#include "base/complex16.h"
 #include "manybody/operator.h"
 #include "manybody/operator_algebra.h"
 #include "response/blockforms.h"

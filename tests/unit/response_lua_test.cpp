@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "host/complex16.h"
-#include "host/complex_lua.h"
+#include "base/complex16.h"
+#include "base/complex_lua.h"
 #include "response/tridiagonal.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <string>
 
-#include "host/specialfunctions.h"
+#include "base/specialfunctions.h"
 
 namespace {
 

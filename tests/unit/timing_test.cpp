@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <string>
 
-#include "host/timing.h"
-#include "host/verbosity.h"
+#include "base/timing.h"
+#include "base/verbosity.h"
 
 namespace {
 

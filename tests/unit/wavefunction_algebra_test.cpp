@@ -11,6 +11,7 @@
 #include <random>
 #include <vector>
 
+#include "base/random.h"
 #include "host/luahost.h"
 #include "manybody/wavefunction_algebra.h"
 

@@ -1,0 +1,18 @@
+#include "response/register_response.h"
+
+#include "base/register_base.h"
+#include "response/responsefunction.h"
+
+void LuaRegisterResponse(lua_State* L) {
+    LuaRegisterResponseFunctionType(L);
+    static const luaL_Reg functions[] = {
+        {"ChangeType", LuaChangeTypeResponseFunction},
+        {"ReducePoles", LuaReducePolesResponseFunction},
+        {"PlaceOnMesh", LuaPlaceOnMeshResponseFunction},
+        {"ToTable", LuaResponseFunctionToTable},
+        {"ToUserdata", LuaResponseFunctionToUserdata},
+        {"ToTightBinding", LuaResponseFunctionToTightBinding},
+        {nullptr, nullptr},
+    };
+    SkeldaSetGlobalFunctions(L, functions);
+}

@@ -1,0 +1,2 @@
+// A numeric header that includes the ground: allowed.
+#include "base/ok.h"
