@@ -1,6 +1,7 @@
 #include "response/register_response.h"
 
 #include "base/register_base.h"
+#include "response/impurity_greensfunction.h"
 #include "response/responsefunction.h"
 
 void LuaRegisterResponse(lua_State* L) {
@@ -12,6 +13,7 @@ void LuaRegisterResponse(lua_State* L) {
         {"ToTable", LuaResponseFunctionToTable},
         {"ToUserdata", LuaResponseFunctionToUserdata},
         {"ToTightBinding", LuaResponseFunctionToTightBinding},
+        {"ImpurityGreensFunction", LuaImpurityGreensFunction},
         {nullptr, nullptr},
     };
     SkeldaSetGlobalFunctions(L, functions);
