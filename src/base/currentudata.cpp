@@ -33,3 +33,5 @@ void* LuaCheckCurrentUdata(lua_State* L, const char* typeName, const char* metho
     }
     return currentudata;
 }
+
+void LuaPushCurrentUdata(lua_State* L) { lua_rawgetp(L, LUA_REGISTRYINDEX, &gAnchorKey); }

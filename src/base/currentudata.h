@@ -24,4 +24,8 @@ void LuaSetCurrentUdata(lua_State* L, int idx, const char* typeName);
 // was not <noun>\n".
 void* LuaCheckCurrentUdata(lua_State* L, const char* typeName, const char* method, const char* noun);
 
+// Pushes the current object (nil when there is none), for a method that
+// hands it on to a function taking the object as its first argument.
+void LuaPushCurrentUdata(lua_State* L);
+
 #endif

@@ -22,9 +22,8 @@ void SkeldaOpenInterpreterAdditions(lua_State* L);
 // many-body system, in the order in which later names overwrite earlier ones.
 int luaopen_ssp(lua_State* L);
 
-// Prints "warning: <position><text>" on the standard output and returns 0;
-// the script goes on.
-int luaL_warning(lua_State* L, const char* format, ...);
+// luaL_warning lives in base/warning.h.
+#include "base/warning.h"
 
 // Counts all keys of the table at idx (array and hash part).
 int luaKSV_fulltablelen(lua_State* L, int idx);
