@@ -3,6 +3,8 @@
 // See global_dispatch.h for how a kind adds its arms.
 #include "host/global_dispatch.h"
 
+#include "krylov/eigensystem_lua.h"
+
 #include <cmath>
 #include <cstddef>
 
@@ -231,6 +233,7 @@ const LuaDispatchArm kEigensystemDenseArms[] = {
 // accepts nothing.
 int NoKind(lua_State*, int) { return 0; }
 const LuaDispatchArm kEigensystemManyBodyArms[] = {
+    {LuaKindOperator, LuaEigensystemOperator},
     {NoKind, nullptr},
 };
 
