@@ -16,7 +16,8 @@ build: deps
 	@cmake --build $(BUILD) -j $(JOBS)
 
 run: build
-	./$(BUILD)/skelda examples/quickstart.lua
+	cd examples && ../$(BUILD)/skelda xas_nio.lua
+	@echo "The spectrum is in $(CURDIR)/examples/xas_nio.dat"
 
 test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
