@@ -141,7 +141,9 @@ bool SpaceCloses(lua_State* L, const OperatorType& H, const CreateSpectraSetting
         WaveFunctionType B;
         const int fail = s.Restricted() ? OperatorPsiRestricted(H, w.A, &B, s.restrictions) : OperatorPsi(H, w.A, &B);
         if (fail != 0) luaL_error(L, "OperatorPsi%s", kSplit);
-        WaveFunctionNormalize(&B);
+        double norm = 0.0;
+        WaveFunctionCalculateNorm(B, &norm);
+        if (norm > 0.0) WaveFunctionMultiply(&B, 1.0 / norm, 0.0);
         const int addFail = WaveFunctionAddUnionBasis(&w.A, B);
         WaveFunctionFree(&B);
         if (addFail != 0) luaL_error(L, "WaveFunctionAddUnionBasis%s", kSplit);
@@ -226,6 +228,12 @@ void RunDense(lua_State* L, const OperatorType& H, Work& w, std::vector<std::vec
         }
         ListOfPoles& P = w.poles[n];
         P.N = dim;
+        if (dim == 0) {
+            memset(&P, 0, sizeof P);
+            snprintf(P.Name, sizeof P.Name, "List of Poles");
+            values->push_back(energies);
+            continue;
+        }
         if (InitListOfPoles(&P) == 1)
             luaL_error(L, "malloc failed. Out of memory during initialization in CalculateSpectra\n");
         for (uint32_t m = 0; m < dim; m++) {
