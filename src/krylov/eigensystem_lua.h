@@ -9,4 +9,8 @@
 // and Eigensystem(H, restrictions, N [, options]).
 int LuaEigensystemOperator(lua_State* L);
 
+// EvolveToGroundstate(H, psi [, options]) and EvolveToGroundstate(H, {psi1,
+// ...} [, options]).
+int LuaEvolveToGroundstate(lua_State* L);
+
 #endif

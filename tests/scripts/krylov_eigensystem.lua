@@ -55,6 +55,17 @@ for i = 1, 26 do
   check.near(d2[i] * Hd * d2[i], i <= 21 and E3F or E1D, 1e-9, "d2 state " .. i)
 end
 
+-- EvolveToGroundstate: the table's functions become the lowest states, each
+-- orthogonal to the ones before it.
+local e1 = NewWavefunction(8, 0, {{"11000011", 1}, {"10100101", 0.3}})
+local e2 = NewWavefunction(8, 0, {{"01100110", 1}})
+EvolveToGroundstate(H, {e1, e2})
+check.near(e1 * H * e1, -2.102748483462, 1e-9, "EvolveToGroundstate E0")
+check.near(e1 * e2, 0, 1e-10, "orthogonal to the state before")
+local single = NewWavefunction(4, 0, {{"1001", 1}})
+EvolveToGroundstate(Ring(2, 1, 4), single)
+check.near(single * Ring(2, 1, 4) * single, (4 - math.sqrt(32)) / 2, 1e-10, "dimer")
+
 -- Messages.
 check.fails("Error Eigensystem called with 2 arguments, whereby the first is the operator and the second a set of "
   .. "restrictions\nNeed a thrid argument how many eigenstates should be calculated\n", Eigensystem, H, half)
