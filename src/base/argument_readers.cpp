@@ -17,9 +17,14 @@ const char* const kComplexMetatable = "Complex_Type";
 const double kComplexRelativeCut = 2.220446049250313e-15;
 const double kComplexAbsoluteCut = 2.2250738585072014e-307;
 
+// The length of the table at idx through its __len, refused when negative or
+// beyond what an array of the program can hold.
 unsigned int CheckTableLength(lua_State* L, int idx) {
     luaL_checktype(L, idx, LUA_TTABLE);
-    return (unsigned int)luaL_len(L, idx);
+    const int n = luaL_len(L, idx);
+    if (n < 0 || n > (1 << 28))
+        luaL_argerror(L, idx, lua_pushfstring(L, "table length %d out of range 0 to %d", n, 1 << 28));
+    return (unsigned int)n;
 }
 
 void RaiseTableExpected(lua_State* L, int idx) {

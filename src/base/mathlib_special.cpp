@@ -25,15 +25,18 @@ void CheckCount(lua_State* L, int n, const char* message) {
     if (lua_gettop(L) != n) luaL_error(L, "%s", message);
 }
 
-// The number at idx truncated toward zero and held inside the range of int;
-// NaN counts as 0.
-int CheckTruncatedInt(lua_State* L, int idx) {
-    double x = luaL_checknumber(L, idx);
-    if (std::isnan(x)) return 0;
-    if (x <= (double)INT_MIN) return INT_MIN;
-    if (x >= (double)INT_MAX) return INT_MAX;
+// An integer argument (truncated toward zero) that must lie in [lo, hi]:
+// orders beyond these bounds have no use and would only make the sums and
+// recursions run for seconds or overflow.
+int CheckIntInRange(lua_State* L, int idx, int lo, int hi, const char* function, const char* name) {
+    const double x = luaL_checknumber(L, idx);
+    if (!(x > (double)lo - 1.0 && x < (double)hi + 1.0))
+        luaL_error(L, "Error in %s: %s must be an integer from %d to %d", function, name, lo, hi);
     return (int)x;
 }
+
+// The largest order of the recursions and sums of this file.
+const int kLargestOrder = 100000;
 
 // Every C(n, k) with 0 <= n <= this fits in 64 bits, and the integer product
 // gives it exactly.
@@ -74,7 +77,7 @@ int math_fact(lua_State* L) {
 int math_binomial(lua_State* L) {
     CheckCount(L, 2, "math.Binomial expects 2 parameters n and k");
     double n = luaL_checknumber(L, 1);
-    int k = CheckTruncatedInt(L, 2);
+    int k = CheckIntInRange(L, 2, -kLargestOrder, kLargestOrder, "math.Binomial", "k");
     double value = 0;
     if (k < 0) {
         value = 0;
@@ -89,7 +92,7 @@ int math_binomial(lua_State* L) {
 
 int math_SphericalBesselJ(lua_State* L) {
     CheckCount(L, 2, "math.SphericalBesselJ expects 2 parameters l,x");
-    int l = CheckTruncatedInt(L, 1);
+    int l = CheckIntInRange(L, 1, -kLargestOrder, kLargestOrder, "math.SphericalBesselJ", "l");
     double x = luaL_checknumber(L, 2);
     lua_pushnumber(L, SphericalBesselJ(l, x));
     return 1;
@@ -98,8 +101,8 @@ int math_SphericalBesselJ(lua_State* L) {
 // L_n^(l)(x); a negative n or l asks for the factorial of a negative number.
 int math_LaguerreL(lua_State* L) {
     CheckCount(L, 3, "math.LaguerreL expects 3 parameters n,l,x");
-    int n = CheckTruncatedInt(L, 1);
-    int l = CheckTruncatedInt(L, 2);
+    int n = CheckIntInRange(L, 1, -kLargestOrder, kLargestOrder, "math.LaguerreL", "n");
+    int l = CheckIntInRange(L, 2, -kLargestOrder, kLargestOrder, "math.LaguerreL", "l");
     double x = luaL_checknumber(L, 3);
     double value = 0;
     if (LaguerreL(n, l, x, &value) != 0) return luaL_error(L, "%s", kNegativeFactorial);

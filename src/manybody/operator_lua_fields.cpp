@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/released.h"
 #include "base/currentudata.h"
 #include "base/options.h"
 #include "manybody/operator_algebra.h"
@@ -282,5 +283,6 @@ int LuaOperatorToString(lua_State* L) {
 
 int LuaOperatorDestroy(lua_State* L) {
     FreeOperator(luaL_checkOperator(L, 1));
+    LuaMarkReleased(L, 1);
     return 0;
 }

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/released.h"
 #include "base/complex16.h"
 #include "base/options.h"
 #include "manybody/wavefunction_lua.h"
@@ -165,6 +166,7 @@ int LuaWavefunctionToString(lua_State* L) {
 int LuaWavefunctionDestroy(lua_State* L) {
     WaveFunctionType* psi = static_cast<WaveFunctionType*>(luaL_checkudata(L, 1, kWavefunctionType));
     WaveFunctionFree(psi);
+    LuaMarkReleased(L, 1);
     return 0;
 }
 

@@ -1,4 +1,5 @@
 // Script face of interpolating functions.
+#include "base/released.h"
 #include "numeric/interpolatingfunction_lua.h"
 
 #include <cmath>
@@ -119,6 +120,7 @@ int LuaInterpolateGc(lua_State* L) {
     InterpolatingFunction* ud = (InterpolatingFunction*)luaL_checkudata(L, 1, kInterpolatingFunctionType);
     FreeInterpolatingFunction(*ud);
     *ud = nullptr;
+    LuaMarkReleased(L, 1);
     return 0;
 }
 

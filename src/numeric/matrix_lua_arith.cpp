@@ -4,6 +4,7 @@
 #include <climits>
 #include <cmath>
 
+#include "base/released.h"
 #include "base/complex_lua.h"
 #include "numeric/compactmatrix_blocks.h"
 #include "numeric/matrix_lua.h"
@@ -281,6 +282,7 @@ int LuaMatrixDestroy(lua_State* L) {
     CompactMatrixType* M = static_cast<CompactMatrixType*>(luaL_checkudata(L, 1, MATRIX_TYPE_NAME));
     M->QBorrowed = 0;
     FreeCompactMatrix(M);
+    LuaMarkReleased(L, 1);
     return 0;
 }
 

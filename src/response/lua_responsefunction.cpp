@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/released.h"
 #include "base/complex_lua.h"
 #include "base/options.h"
 #include "numeric/matrix_lua.h"
@@ -396,6 +397,7 @@ int LuaResponseFunctionToString(lua_State* L) {
 int LuaResponseFunctionDestroy(lua_State* L) {
     ResponsefunctionType* u = static_cast<ResponsefunctionType*>(luaL_testudata(L, 1, RESPONSEFUNCTION_TYPE_NAME));
     if (u != nullptr) FreeResponsefunction(u);
+    LuaMarkReleased(L, 1);
     return 0;
 }
 

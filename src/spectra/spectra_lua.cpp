@@ -1,3 +1,4 @@
+#include "base/released.h"
 #include "spectra/spectra_lua.h"
 
 #include <cmath>
@@ -53,6 +54,7 @@ int LuaSpectraDestroy(lua_State* L) {
     FreeSpectraArray(A->S, A->N);
     A->S = nullptr;
     A->N = 0;
+    LuaMarkReleased(L, 1);
     return 0;
 }
 
