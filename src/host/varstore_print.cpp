@@ -9,6 +9,7 @@
 #include "manybody/operator.h"
 #include "manybody/wavefunction.h"
 #include "numeric/matrix_lua.h"
+#include "spectra/spectra_lua.h"
 
 namespace {
 
@@ -171,6 +172,28 @@ void WriteTable(lua_State* L, int idx, WriteState& w, int depth) {
     lua_rawset(L, w.visiting);
 }
 
+// A spectra object as the call of Spectra.FromTable that makes it again:
+// each spectrum with its named fields and its points {energy, value}.
+void WriteSpectra(const SpectraTypeArray& A, WriteState& w) {
+    fputs("Spectra.FromTable({\n", w.out);
+    for (uint32_t i = 0; i < A.N; i++) {
+        const SpectraType& S = A.S[i];
+        fputs("{[\"Name\"]=", w.out);
+        StreamPrintQuotedString(S.Name, strlen(S.Name), w.out);
+        fputs(",\n", w.out);
+        for (uint32_t k = 0; k <= S.NE; k++) {
+            fputs("{", w.out);
+            WriteNumber(SpectrumEnergy(S, k), w.out);
+            fputs(", ", w.out);
+            WriteComplex(Complex16{S.Re[k], S.Im[k]}, w.out);
+            fputs("},\n", w.out);
+        }
+        fprintf(w.out, "[\"EminPole\"]=%22.15E, [\"EmaxPole\"]=%22.15E, [\"Gamma\"]=%22.15E, [\"Integral\"]=%22.15E},\n",
+                S.EminPole, S.EmaxPole, S.Gamma, S.Integral);
+    }
+    fputs("})", w.out);
+}
+
 void WriteUserdata(lua_State* L, int idx, WriteState& w) {
     if (Complex16* z = luaL_testComplex16(L, idx)) {
         WriteComplex(*z, w.out);
@@ -186,6 +209,10 @@ void WriteUserdata(lua_State* L, int idx, WriteState& w) {
     }
     if (CompactMatrixType* M = luaL_testMatrixUserdata(L, idx)) {
         WriteMatrixUserdata(*M, w.out);
+        return;
+    }
+    if (SpectraTypeArray* A = luaL_testSpectra(L, idx)) {
+        WriteSpectra(*A, w);
         return;
     }
     if (luaL_testudata(L, idx, "TightBinding_Type") != nullptr) {

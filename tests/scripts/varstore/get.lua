@@ -27,7 +27,7 @@ end
 local newWavefunction, newOperator, received, receivedOperator = NewWavefunction, NewOperator, nil, nil
 NewWavefunction = function(...) received = {...}; return newWavefunction(...) end
 NewOperator = function(...) receivedOperator = {...}; return newOperator(...) end
-for _, name in ipairs{"x", "NameX", "third", "sum", "numbers", "tab", "z", "M", "Mt", "psi", "keyed", "O"} do
+for _, name in ipairs{"x", "NameX", "third", "sum", "numbers", "tab", "z", "M", "Mt", "psi", "keyed", "O", "S"} do
   io.get("store", name)
 end
 NewWavefunction, NewOperator = newWavefunction, newOperator
@@ -67,6 +67,9 @@ end
 -- ladders exactly (-0 stays annihilation) and its prefactors within 1e-14.
 local fresh = values.operator()
 check.eq(tostring(O), tostring(fresh), "operator")
+check.eq(tostring(S), tostring(values.spectra()), "spectra")
+check.eq(S.Name[2], "Spectrum 2", "spectrum name")
+check.eq(S.Gamma[2], 0.2, "spectrum width")
 check.eq(tostring(O.Restrictions), tostring(fresh.Restrictions), "restrictions")
 local opTerms = values.operatorTerms()
 check.eq(#receivedOperator[3], #opTerms, "number of terms")

@@ -32,7 +32,8 @@ Mt = setmetatable(values.matrix, MatrixMeta)
 psi = values.wavefunction()
 keyed = {[{1, 2}] = "table key"}
 O = values.operator()
-for _, name in ipairs{"numbers", "tab", "z", "M", "Mt", "psi", "keyed", "O"} do io.put("store", name) end
+S = values.spectra()
+for _, name in ipairs{"numbers", "tab", "z", "M", "Mt", "psi", "keyed", "O", "S"} do io.put("store", name) end
 
 -- Refused values leave an older file as it was.
 x = {1, print}

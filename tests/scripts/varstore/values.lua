@@ -52,4 +52,15 @@ function values.operator()
   return NewOperator(4, 0, values.operatorTerms(), {{"Name", "O"}, {"Restrictions", {4, 0, {"1100", 0, 1}}}})
 end
 
+-- A spectra object of two spectra from a table.
+function values.spectra()
+  local t = {}
+  for n = 1, 2 do
+    local s = {Name = "Spectrum " .. n, EminPole = -1.5, EmaxPole = 2.25, Gamma = 0.1 * n, Integral = 1 / 3}
+    for k = 0, 10 do s[k + 1] = {-1 + 0.3 * k, Complex.New(1 / (k + n), -k / 7)} end
+    t[n] = s
+  end
+  return Spectra.FromTable(t)
+end
+
 return values
