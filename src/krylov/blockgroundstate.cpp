@@ -1,5 +1,6 @@
 #include "krylov/blockgroundstate.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -68,129 +69,139 @@ void SetFromRows(WaveFunctionType* psi, unsigned int N, const CompactMatrixType&
     for (unsigned int n = V.Ni; n < N; n++) WaveFunctionMultiply(&psi[n], 0.0, 0.0);
 }
 
-// Restarted block Krylov solve on the fixed basis of psi: the Krylov space
-// of the block is built with two Gram-Schmidt passes, the projected matrix
-// diagonalised, and the N lowest Ritz vectors start the next restart, until
-// the Ritz values settle.
+// Orthogonalises w against v[0..n-1]; a second pass runs only when the first
+// removed most of w (the classical "twice is enough" test).  The overlaps go
+// into column (added up over the passes).
+void Orthogonalize(WaveFunctionType& w, std::vector<WaveFunctionType>& v, uint32_t n, std::vector<Complex16>* column) {
+    const double before = NormSame(w);
+    for (int pass = 0; pass < 2; pass++) {
+        for (uint32_t j = 0; j < n; j++) {
+            const Complex16 d = DotSame(v[j], w);
+            if (column != nullptr) {
+                (*column)[j].re += d.re;
+                (*column)[j].im += d.im;
+            }
+            AxpySame(w, v[j], Complex16{-d.re, -d.im});
+        }
+        if (NormSame(w) > 0.7 * before) break;
+    }
+}
+
+// Restarted block Krylov solve on the fixed basis of psi, thick-restarted:
+// from a block of orthonormal vectors the Krylov space is grown to K
+// vectors with H applied to each, the projected matrix is diagonalised, and
+// the lowest Ritz vectors (N and some more) start the next restart, until
+// the N lowest Ritz values settle.
 int KrylovSolve(OperatorType* H, WaveFunctionType* psi, unsigned int N, ConvergenceSettingsType* s) {
     VerbosityPrintf(kProgress, "In BlockLanczosGroundStateConserveBasisKrylov%s\n", H->QComplex ? "Complex" : "Real");
     const uint32_t dim = psi[0].N;
     uint32_t K = s->NKrylovStart + N;
     if (K > s->NKrylovMax + N) K = s->NKrylovMax + N;
     if (K > dim) K = dim;
-    std::vector<WaveFunctionType> v(K + 1);
+    uint32_t keep = std::min<uint32_t>(N + 16, std::max<uint32_t>(N, K / 2));
+    // v: the Krylov vectors; r: the kept Ritz vectors; w: the work vector.
+    std::vector<WaveFunctionType> v(K), r(keep);
+    WaveFunctionType w;
+    std::vector<WaveFunctionType*> all;
+    for (auto& x : v) all.push_back(&x);
+    for (auto& x : r) all.push_back(&x);
+    all.push_back(&w);
     uint32_t made = 0;
-    for (uint32_t k = 0; k <= K; k++) {
-        if (WaveFunctionInitCopyBasis(&v[k], psi[0]) != 0) break;
-        if (psi[0].QComplex == 0 && H->QComplex != 0 && PromoteRealWaveFunctionToComplex(&v[k]) != 0) {
-            WaveFunctionFreeValues(&v[k]);
+    const bool complexValues = psi[0].QComplex != 0 || H->QComplex != 0;
+    for (WaveFunctionType* x : all) {
+        if (WaveFunctionInitCopyBasis(x, psi[0]) != 0) break;
+        if (complexValues && x->QComplex == 0 && PromoteRealWaveFunctionToComplex(x) != 0) {
+            WaveFunctionFreeValues(x);
             break;
         }
         made++;
     }
-    if (made < N + 2) {
-        for (uint32_t k = 0; k < made; k++) WaveFunctionFreeValues(&v[k]);
+    if (made < all.size()) {
+        for (uint32_t k = 0; k < made; k++) WaveFunctionFreeValues(all[k]);
         printf("malloc failed in BlockLanczosGroundStateConserveBasis");
         return 1;
     }
-    K = made - 1;
-    WaveFunctionType& w = v[K];
+    // The first block: the given functions, orthonormal.
+    uint32_t start = 0;
+    for (unsigned int n = 0; n < N; n++) {
+        WaveFunctionMultiply(&v[start], 0.0, 0.0);
+        AxpySame(v[start], psi[n], Complex16{1.0, 0.0});
+        Orthogonalize(v[start], v, start, nullptr);
+        const double norm = NormSame(v[start]);
+        if (norm < 1e-10) continue;
+        WaveFunctionMultiply(&v[start], 1.0 / norm, 0.0);
+        start++;
+    }
     std::vector<double> previous(N, 1e99);
-    for (int restart = 1; restart <= 50; restart++) {
-        // The block, orthonormal.
-        uint32_t have = 0;
-        for (unsigned int n = 0; n < N; n++) {
-            WaveFunctionMultiply(&v[have], 0.0, 0.0);
-            AxpySame(v[have], psi[n], Complex16{1.0, 0.0});
-            for (int pass = 0; pass < 2; pass++)
-                for (uint32_t j = 0; j < have; j++) {
-                    const Complex16 d = DotSame(v[j], v[have]);
-                    AxpySame(v[have], v[j], Complex16{-d.re, -d.im});
-                }
-            const double norm = NormSame(v[have]);
-            if (norm < 1e-10) continue;
-            WaveFunctionMultiply(&v[have], 1.0 / norm, 0.0);
-            have++;
-        }
-        // Grow the Krylov space: vector k + block becomes H v[k], orthogonalised.
+    for (int restart = 1; restart <= 200 && start > 0; restart++) {
         std::vector<std::vector<Complex16>> T;
-        uint32_t k = 0;
-        for (; k < have; k++) {
+        uint32_t have = start;
+        for (uint32_t k = 0; k < have; k++) {
             OperatorPsiConserveBasisPreAllocated(H, &v[k], &w);
-            std::vector<Complex16> column(have, Complex16{0.0, 0.0});
-            for (int pass = 0; pass < 2; pass++)
-                for (uint32_t j = 0; j < have; j++) {
-                    const Complex16 d = DotSame(v[j], w);
-                    column[j].re += d.re;
-                    column[j].im += d.im;
-                    AxpySame(w, v[j], Complex16{-d.re, -d.im});
-                }
-            T.push_back(column);
+            std::vector<Complex16> column(K, Complex16{0.0, 0.0});
+            Orthogonalize(w, v, have, &column);
             const double norm = NormSame(w);
             if (have < K && norm > 1e-12 * (1.0 + std::fabs(column[k].re))) {
+                // The new vector is (H v_k - its projections) / norm, so
+                // that <new|H v_k> = norm.
+                column[have] = Complex16{norm, 0.0};
                 WaveFunctionMultiply(&w, 1.0 / norm, 0.0);
                 std::swap(v[have], w);
                 have++;
             }
+            T.push_back(column);
         }
-        // The projected matrix (Hermitian: <v_j|H v_k> in column k).
         CompactMatrixType M{};
         M.Ni = M.Nj = have;
-        M.QComplex = H->QComplex != 0 || psi[0].QComplex ? 1 : 0;
+        M.QComplex = complexValues ? 1 : 0;
         if (InitCompactMatrix(&M) != 0) break;
         for (uint32_t c = 0; c < have; c++)
-            for (uint32_t r = 0; r < have; r++) {
-                Complex16 z = r < T[c].size() ? T[c][r] : Complex16{0.0, 0.0};
+            for (uint32_t row = 0; row < have; row++) {
+                // Hermitian: the mean of (row, c) and the conjugate of (c, row).
+                const Complex16 a = T[c][row], b = T[row][c];
+                const Complex16 m{(a.re + b.re) / 2, (a.im - b.im) / 2};
                 if (M.QComplex)
-                    ((Complex16*)M.data)[(size_t)r * have + c] = z;
+                    ((Complex16*)M.data)[(size_t)row * have + c] = m;
                 else
-                    ((double*)M.data)[(size_t)r * have + c] = z.re;
-            }
-        // Symmetrise against rounding.
-        for (uint32_t r = 0; r < have; r++)
-            for (uint32_t c = r + 1; c < have; c++) {
-                if (M.QComplex) {
-                    Complex16* d = (Complex16*)M.data;
-                    Complex16 a = d[(size_t)r * have + c], b = d[(size_t)c * have + r];
-                    Complex16 m{(a.re + b.re) / 2, (a.im - b.im) / 2};
-                    d[(size_t)r * have + c] = m;
-                    d[(size_t)c * have + r] = Complex16{m.re, -m.im};
-                } else {
-                    double* d = (double*)M.data;
-                    const double m = (d[(size_t)r * have + c] + d[(size_t)c * have + r]) / 2;
-                    d[(size_t)r * have + c] = d[(size_t)c * have + r] = m;
-                }
+                    ((double*)M.data)[(size_t)row * have + c] = m.re;
             }
         CompactMatrixType V{};
         std::vector<double> ev(have);
         const int fail = CompactMatrixEigensystem(&M, &V, ev.data());
         FreeCompactMatrix(&M);
         if (fail != 0) break;
-        VerbosityPrintf(kIterations, "  The eigen-values of the current lowest %i states are:\n", (int)N);
+        VerbosityPrintf(kIterations, "  Restart loop %i with a Krylov basis of %i and a full basis of %i\n", restart,
+                        (int)have, (int)dim);
         for (unsigned int n = 0; n < N && n < have; n++)
             VerbosityPrintf(kIterations, "    Eigenvalue %3i = %22.15E\n", (int)n, ev[n]);
-        // Ritz vectors into psi: psi[n] = sum_j conj-free row n of V times v[j].
-        for (unsigned int n = 0; n < N; n++) {
-            WaveFunctionMultiply(&psi[n], 0.0, 0.0);
-            if (n >= have) continue;
+        // The lowest Ritz vectors.
+        const uint32_t kept = std::min(keep, have);
+        for (uint32_t n = 0; n < kept; n++) {
+            WaveFunctionMultiply(&r[n], 0.0, 0.0);
             for (uint32_t j = 0; j < have; j++) {
                 const Complex16 c = CompactMatrixElement(V, n, j);
-                if (psi[n].QComplex)
-                    WaveFunctionAddComplexMultipliedSameBasis(psi[n], v[j], c.re, c.im);
+                if (r[n].QComplex)
+                    WaveFunctionAddComplexMultipliedSameBasis(r[n], v[j], c.re, c.im);
                 else
-                    WaveFunctionAddMultipliedSameBasis(psi[n], v[j], c.re);
+                    WaveFunctionAddMultipliedSameBasis(r[n], v[j], c.re);
             }
         }
         FreeCompactMatrix(&V);
+        for (uint32_t n = 0; n < kept; n++) std::swap(v[n], r[n]);
+        start = kept;
         double change = 0.0, scale = 0.0;
         for (unsigned int n = 0; n < N && n < have; n++) {
             change = std::fmax(change, std::fabs(ev[n] - previous[n]));
             scale = std::fmax(scale, std::fabs(ev[n]));
             previous[n] = ev[n];
         }
-        if (have == dim || change <= 1e-3 * s->zero * (1.0 + scale)) break;
+        if (have == dim || change <= 1e-2 * s->zero * (1.0 + scale)) break;
     }
-    for (uint32_t k2 = 0; k2 < made; k2++) WaveFunctionFreeValues(&v[k2]);
+    for (unsigned int n = 0; n < N; n++) {
+        WaveFunctionMultiply(&psi[n], 0.0, 0.0);
+        if (n < start) AxpySame(psi[n], v[n], Complex16{1.0, 0.0});
+    }
+    for (WaveFunctionType* x : all) WaveFunctionFreeValues(x);
     return 0;
 }
 
