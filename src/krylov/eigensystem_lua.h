@@ -13,4 +13,7 @@ int LuaEigensystemOperator(lua_State* L);
 // ...} [, options]).
 int LuaEvolveToGroundstate(lua_State* L);
 
+// BlockBandDiagonalize(A, start [, options]).
+int LuaBlockBandDiagonalize(lua_State* L);
+
 #endif

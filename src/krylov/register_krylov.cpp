@@ -5,6 +5,7 @@
 
 void LuaRegisterKrylov(lua_State* L) {
     static const luaL_Reg functions[] = {
+        {"BlockBandDiagonalize", LuaBlockBandDiagonalize},
         {"EvolveToGroundstate", LuaEvolveToGroundstate},
         {nullptr, nullptr},
     };

@@ -8,6 +8,7 @@
 
 #include "base/options.h"
 #include "base/warning.h"
+#include "krylov/blocklanczos_tridiagonal.h"
 #include "krylov/lanczos_tridiagonal.h"
 #include "manybody/expectation.h"
 #include "manybody/operator_algebra.h"
@@ -250,6 +251,73 @@ void RunDense(lua_State* L, const OperatorType& H, Work& w, std::vector<std::vec
     }
 }
 
+// All transition functions as one block: block Lanczos, and the spectra of
+// every pair (i, j), G_ij = <T_i psi| 1/(w + E0 - H + i Gamma/2) |T_j psi>,
+// spectrum number i * count + j.
+int TensorSpectra(lua_State* L, const OperatorType& H, CreateSpectraSettings& s, Work& w, double E0) {
+    const uint32_t M = (uint32_t)w.Tpsi.size();
+    BlockTriDiagonalMatrixType T{};
+    T.N = s.NTri;
+    T.M = M;
+    if (InitBlockTriDiagonalMatrix(&T) != 0)
+        return luaL_error(L, "malloc failed. Out of memory during initialization in CalculateSpectra\n");
+    struct Guard {
+        BlockTriDiagonalMatrixType* T;
+        ~Guard() { FreeBlockTriDiagonalMatrix(T); }
+    } guard{&T};
+    if (LanczosBlockTriDiagonalize(H, w.Tpsi.data(), M, s.epsilon, &T, s.epsilon,
+                                   s.Restricted() ? &s.restrictions : nullptr) != 0)
+        return luaL_error(L, "LanczosBlockTriDiagonalize%s", kSplit);
+    std::vector<double> values((size_t)T.N * M);
+    double lo = 0.0, hi = 0.0;
+    if (BlockTriDiagonalMatrixToEigenvalues(T, values.data()) == 0 && !values.empty()) {
+        lo = values.front() - E0;
+        hi = values.back() - E0;
+    }
+    SpectraAutomaticRange(lo, hi, s.NE, &s.Emin, &s.Emax, &s.Gamma);
+    SpectraType head;
+    InitSpectrumHeader(&head);
+    head.NE = s.NE;
+    head.Emin = s.Emin;
+    head.Emax = s.Emax;
+    head.dE = (s.Emax - s.Emin) / s.NE;
+    head.EminPole = lo;
+    head.EmaxPole = hi;
+    head.Gamma = s.Gamma;
+    w.S = (SpectraType*)calloc((size_t)M * M, sizeof(SpectraType));
+    if (w.S == nullptr) return luaL_error(L, "malloc failed. Out of memory during initialization in CalculateSpectra\n");
+    for (uint32_t n = 0; n < M * M; n++) {
+        if (SpectrumAllocate(head, &w.S[n]) != 0)
+            return luaL_error(L, "malloc failed. Out of memory during initialization in CalculateSpectra\n");
+        w.nS = n + 1;
+        snprintf(w.S[n].Name, sizeof w.S[n].Name, "Spectrum %i", (int)n);
+    }
+    for (uint32_t k = 0; k <= s.NE; k++) {
+        CompactMatrixType G;
+        if (EvaluateBlockTriDiagonalMatrix(T, &G, s.Emin + k * head.dE + E0, s.Gamma) != 0)
+            return luaL_error(L, "The block Green's function could not be evaluated in CreateSpectra\n");
+        for (uint32_t i = 0; i < M; i++)
+            for (uint32_t j = 0; j < M; j++) {
+                const Complex16 z = CompactMatrixElement(G, i, j);
+                w.S[i * M + j].Re[k] = z.re;
+                w.S[i * M + j].Im[k] = z.im;
+            }
+        FreeCompactMatrix(&G);
+    }
+    LuaPushSpectra(L, w.S, w.nS);
+    w.S = nullptr;
+    w.nS = 0;
+    for (uint32_t i = 1; i <= T.N; i++)
+        for (uint32_t d = 0; d < M; d++) {
+            if (T.a[i].QComplex)
+                CompactMatrixComplexData(T.a[i])[(size_t)d * M + d].re -= E0;
+            else
+                CompactMatrixRealData(T.a[i])[(size_t)d * M + d] -= E0;
+        }
+    LuaPushTable_BlockTriDiagonalMatrixType(L, T);
+    return 2;
+}
+
 }  // namespace
 
 void SpectraAutomaticRange(double lo, double hi, uint32_t NE, double* Emin, double* Emax, double* Gamma) {
@@ -309,8 +377,6 @@ int LuaCreateSpectra(lua_State* L) {
     }
     if (s.NTri == 0) s.NTri = 1;
     if (s.NE == 0) s.NE = 1000;
-    if (s.Tensor)
-        return luaL_error(L, "Error CreateSpectra: the option Tensor (block spectra) is not supported in this version\n");
     CheckHermitian(L, *H, s.zero);
 
     Work w;
@@ -337,6 +403,14 @@ int LuaCreateSpectra(lua_State* L) {
         }
     }
 
+    if (s.Tensor) {
+        if (psi.size() > 1 && s.E0 == kUnset)
+            return luaL_error(L,
+                              "CreateSpectra called with option Tensor->true and %d wave-functions but no energy-shift "
+                              "set.\nTensors can have only one shift and no different shift for each eigen-state.",
+                              (int)psi.size());
+        return TensorSpectra(L, *H, s, w, E0[0]);
+    }
     const bool dense = SpaceCloses(L, *H, s, w);
     std::vector<std::vector<double>> poles;
     if (dense)

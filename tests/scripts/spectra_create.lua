@@ -97,6 +97,23 @@ local back = Spectra.FromTable(Spectra.ToTable(Gd))
 check.eq(#Spectra.ToTable(back), 2, "round trip count")
 check.near(back.Emax[2], Gd.Emax[2], 1e-12, "round trip Emax")
 
+-- Tensor: all cross spectra at once; G(T1 + T2) = G11 + G12 + G21 + G22.
+local T2 = NewOperator(2 * L, 0, {{-3, 0.7}})
+local GT = CreateSpectra(H, {T, T2}, psi, with({{"Tensor", true}, {"NTri", 40}}))
+check.eq(#GT.NE, 4, "a 2 by 2 tensor")
+local Gsum = CreateSpectra(H, T + T2, psi, with({}))
+local total = Spectra.Sum(GT, {1, 1, 1, 1})
+local a, b = Spectra.ToTable(total)[1], Spectra.ToTable(Gsum)[1]
+for k = 1, 2401, 100 do
+  check.near(a[k][2].im, b[k][2].im, 1e-9, "tensor sum im " .. k)
+  check.near(a[k][2].re, b[k][2].re, 1e-9, "tensor sum re " .. k)
+end
+-- Two equal functions lose one direction without failing.
+local GE = CreateSpectra(H, {T, T}, psi, with({{"Tensor", true}, {"NTri", 20}}))
+check.near(Spectra.ToTable(GE)[2][1200][2].im, Spectra.ToTable(Gd)[1][1200][2].im, 1e-9, "equal functions")
+check.fails("CreateSpectra called with option Tensor->true and 2 wave-functions but no energy-shift set.\nTensors can "
+  .. "have only one shift and no different shift for each eigen-state.", CreateSpectra, H, T, {psi, psi}, {{"Tensor", true}})
+
 -- Messages.
 check.fails("Errof CreateSpectra called with a table of transition operators of length 0\n", CreateSpectra, H, {}, psi)
 check.fails("Errof CreateSpectra called with a table of wave functions of length 0\n", CreateSpectra, H, T, {})
