@@ -458,7 +458,33 @@ int LuaCreateSpectra(lua_State* L) {
         }
         lua_rawseti(L, -2, (int)n + 1);
     }
-    if (!s.KrylovBasis || dense) return 2;
+    if (!s.KrylovBasis) return 2;
+    if (dense) {
+        // The eigenstates of H in the closed space, lowest first.
+        lua_createtable(L, (int)w.A.N, 0);
+        for (uint32_t m = 0; m < w.A.N; m++) {
+            WaveFunctionType e;
+            if (WaveFunctionInitCopyBasis(&e, w.A) != 0) return luaL_error(L, "WaveFunctionInitCopyBasis%s", kSplit);
+            const bool complexValues = w.V.QComplex != 0;
+            if (complexValues && e.QComplex == 0 && PromoteRealWaveFunctionToComplex(&e) != 0) {
+                WaveFunctionFreeValues(&e);
+                return luaL_error(L, "PromoteRealWaveFunctionToComplex%s", kSplit);
+            }
+            for (uint32_t i = 1; i <= w.A.N; i++) {
+                const Complex16 v = CompactMatrixElement(w.V, m, i - 1);
+                WaveFunctionRe(e, i) = v.re;
+                if (e.QComplex) WaveFunctionIm(e, i) = v.im;
+            }
+            WaveFunctionType own;
+            const int fail = WaveFunctionCopy(e, &own);
+            WaveFunctionFreeValues(&e);
+            if (fail != 0) return luaL_error(L, "WaveFunctionCopy%s", kSplit);
+            WaveFunctionTruncateBasisMachineEpsilon(&own);
+            LuaPushWaveFunction(L, own);
+            lua_rawseti(L, -2, (int)m + 1);
+        }
+        return 3;
+    }
 
     // The Krylov vectors, empty ones left out; one table per pair when there
     // are several.

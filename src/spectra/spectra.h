@@ -76,6 +76,18 @@ void SpectraScalarMultiply(SpectraType* S, double re, double im);
 void SpectraShift(SpectraType* S, double d);
 void SpectraMultiplyByEnergy(SpectraType* S);
 
+// ---- transforms (spectra_transforms.cpp) -------------------------------------
+// A Lorentzian broadening with the spectrum's own Gamma.
+int Lorentzian(SpectraType* S);
+// Re from Im by the discrete Kramers-Kronig sum over the grid points.
+int KramersKronigImToRe(SpectraType* S);
+// Negative entries become 0 and the rest is scaled so that the sum stays.
+void RemoveNegativePart(double* values, unsigned int n);
+// A curve broadened by a Lorentzian of full width gamma turned into one
+// broadened by a Gaussian of width sigma, by the ratio of the two kernels in
+// Fourier space (n points of step dE).
+int ReplaceLorentzianByGaussian(double gamma, double sigma, unsigned int n, double dE, const double* in, double* out);
+
 // ---- from response forms (spectra_continuedfraction.cpp) ---------------------
 // S has its grid and arrays; E0 is the energy of the zero of the axis.
 int TriDiagonalMatrixToSpectrum(double E0, TriDiagonalMatrixType M, SpectraType* S);

@@ -61,6 +61,16 @@ for n, op in ipairs({T, Tup}) do
   check.near(s, weight, 0.02 * weight, "integral " .. n)
 end
 
+-- KrylovBasis: the dense route gives the eigenstates of the closed space,
+-- the Lanczos route orthonormal Krylov vectors.
+local _, _, eig = CreateSpectra(H, T, psi, with({{"KrylovBasis", true}}))
+local e1 = eig[1] * H * eig[1]
+check.near((H * eig[1]) * (H * eig[1]), e1 * e1, 1e-9, "an eigenstate of the closed space")
+local _, _, kry = CreateSpectra(H, T, psi, with({{"KrylovBasis", true}, {"DenseBorder", 0}, {"NTri", 6}}))
+for i = 1, #kry do
+  for j = 1, #kry do check.near(kry[i] * kry[j], i == j and 1 or 0, 1e-10, "Krylov vectors orthonormal") end
+end
+
 -- A transition operator that annihilates psi: an all-zero spectrum.
 local empty = NewOperator(2 * L, 0, {{-0, -2, -4, -6, 1.0}})
 local G0 = CreateSpectra(H, empty, psi, with({}))
