@@ -17,7 +17,8 @@ build: deps
 
 run: build
 	cd examples && ../$(BUILD)/skelda xas_nio.lua
-	@echo "The spectrum is in $(CURDIR)/examples/xas_nio.dat"
+	@echo "The spectrum is in $(CURDIR)/examples/xas_nio.dat,"
+	@echo "its picture in $(CURDIR)/examples/xas_nio.svg (any browser) and xas_nio.eps."
 
 test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)

@@ -115,3 +115,8 @@ end
 print(string.format("stages: ground state %.3f s, spectra %.3f s", tGround, tSpectra))
 print(string.format("spectrum written to xas_nio.dat; wall time %.2f s", os.clock() - clock))
 TimeEnd("xas_nio")
+
+-- The picture, next to the data: xas_nio.eps and xas_nio.svg.
+local Plot = require "Plot"
+local eps, svg = Plot.Spectra(spectrum, "xas_nio", {title = "Ni L2,3 XAS of NiO", xlabel = "Energy relative to the ground state (eV)"})
+print("picture written to " .. eps .. " and " .. svg)

@@ -8,6 +8,11 @@
 
 #include "host/luahost.h"
 
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
 namespace {
 
 // Deep enough for any data a script builds; a table that contains itself
@@ -146,7 +151,43 @@ int luaKSV_fulltablelen(lua_State* L, int idx) {
     return n;
 }
 
+namespace {
+
+// The folder of the Lua modules shipped with the program (Plot.lua and
+// others): lib/ beside the executable, lib/ one folder above it (the build
+// folder of a source tree), or the lib/ of the sources it was built from.
+// The first that holds Plot.lua goes in front of package.path, so that
+// require "Plot" works from any working directory.
+void AddLibraryFolder(lua_State* L) {
+    std::string exe(4096, '\0');
+    const ssize_t n = readlink("/proc/self/exe", &exe[0], exe.size() - 1);
+    std::vector<std::string> candidates;
+    if (n > 0) {
+        exe.resize((size_t)n);
+        const std::string dir = exe.substr(0, exe.find_last_of('/'));
+        candidates.push_back(dir + "/lib");
+        candidates.push_back(dir + "/../lib");
+    }
+#ifdef SKELDA_LIBRARY_DIR
+    candidates.push_back(SKELDA_LIBRARY_DIR);
+#endif
+    for (const std::string& c : candidates) {
+        if (access((c + "/Plot.lua").c_str(), R_OK) != 0) continue;
+        lua_getglobal(L, "package");
+        lua_getfield(L, -1, "path");
+        const std::string path = c + "/?.lua;" + (lua_isstring(L, -1) ? lua_tostring(L, -1) : "");
+        lua_pop(L, 1);
+        lua_pushstring(L, path.c_str());
+        lua_setfield(L, -2, "path");
+        lua_pop(L, 1);
+        return;
+    }
+}
+
+}  // namespace
+
 void SkeldaOpenInterpreterAdditions(lua_State* L) {
+    AddLibraryFolder(L);
     lua_pushcfunction(L, luaB_warning);
     lua_setglobal(L, "warning");
     lua_pushcfunction(L, luaB_tostring);
