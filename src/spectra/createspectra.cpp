@@ -251,10 +251,49 @@ void RunDense(lua_State* L, const OperatorType& H, Work& w, std::vector<std::vec
     }
 }
 
-// All transition functions as one block: block Lanczos, and the spectra of
-// every pair (i, j), G_ij = <T_i psi| 1/(w + E0 - H + i Gamma/2) |T_j psi>,
-// spectrum number i * count + j.
-int TensorSpectra(lua_State* L, const OperatorType& H, CreateSpectraSettings& s, Work& w, double E0) {
+// The spectra of every pair (i, j) of transition functions,
+// G_ij = <T_i psi| 1/(w + E0 - H + i Gamma/2) |T_j psi>, spectrum number
+// i * count + j, from a function that gives the M by M matrix at an energy.
+template <class Evaluate>
+void TensorGrid(lua_State* L, CreateSpectraSettings& s, Work& w, uint32_t M, double lo, double hi, double E0,
+                Evaluate evaluate) {
+    SpectraAutomaticRange(lo, hi, s.NE, &s.Emin, &s.Emax, &s.Gamma);
+    SpectraType head;
+    InitSpectrumHeader(&head);
+    head.NE = s.NE;
+    head.Emin = s.Emin;
+    head.Emax = s.Emax;
+    head.dE = (s.Emax - s.Emin) / s.NE;
+    head.EminPole = lo;
+    head.EmaxPole = hi;
+    head.Gamma = s.Gamma;
+    w.S = (SpectraType*)calloc((size_t)M * M, sizeof(SpectraType));
+    if (w.S == nullptr) luaL_error(L, "malloc failed. Out of memory during initialization in CalculateSpectra\n");
+    for (uint32_t n = 0; n < M * M; n++) {
+        if (SpectrumAllocate(head, &w.S[n]) != 0)
+            luaL_error(L, "malloc failed. Out of memory during initialization in CalculateSpectra\n");
+        w.nS = n + 1;
+        snprintf(w.S[n].Name, sizeof w.S[n].Name, "Spectrum %i", (int)n);
+    }
+    for (uint32_t k = 0; k <= s.NE; k++) {
+        CompactMatrixType G;
+        if (evaluate(s.Emin + k * head.dE + E0, s.Gamma, &G) != 0)
+            luaL_error(L, "The block Green's function could not be evaluated in CreateSpectra\n");
+        for (uint32_t i = 0; i < M; i++)
+            for (uint32_t j = 0; j < M; j++) {
+                const Complex16 z = CompactMatrixElement(G, i, j);
+                w.S[i * M + j].Re[k] = z.re;
+                w.S[i * M + j].Im[k] = z.im;
+            }
+        FreeCompactMatrix(&G);
+    }
+    LuaPushSpectra(L, w.S, w.nS);
+    w.S = nullptr;
+    w.nS = 0;
+}
+
+// Tensor on the Lanczos route: all transition functions as one block.
+int TensorSpectraLanczos(lua_State* L, const OperatorType& H, CreateSpectraSettings& s, Work& w, double E0) {
     const uint32_t M = (uint32_t)w.Tpsi.size();
     BlockTriDiagonalMatrixType T{};
     T.N = s.NTri;
@@ -274,39 +313,9 @@ int TensorSpectra(lua_State* L, const OperatorType& H, CreateSpectraSettings& s,
         lo = values.front() - E0;
         hi = values.back() - E0;
     }
-    SpectraAutomaticRange(lo, hi, s.NE, &s.Emin, &s.Emax, &s.Gamma);
-    SpectraType head;
-    InitSpectrumHeader(&head);
-    head.NE = s.NE;
-    head.Emin = s.Emin;
-    head.Emax = s.Emax;
-    head.dE = (s.Emax - s.Emin) / s.NE;
-    head.EminPole = lo;
-    head.EmaxPole = hi;
-    head.Gamma = s.Gamma;
-    w.S = (SpectraType*)calloc((size_t)M * M, sizeof(SpectraType));
-    if (w.S == nullptr) return luaL_error(L, "malloc failed. Out of memory during initialization in CalculateSpectra\n");
-    for (uint32_t n = 0; n < M * M; n++) {
-        if (SpectrumAllocate(head, &w.S[n]) != 0)
-            return luaL_error(L, "malloc failed. Out of memory during initialization in CalculateSpectra\n");
-        w.nS = n + 1;
-        snprintf(w.S[n].Name, sizeof w.S[n].Name, "Spectrum %i", (int)n);
-    }
-    for (uint32_t k = 0; k <= s.NE; k++) {
-        CompactMatrixType G;
-        if (EvaluateBlockTriDiagonalMatrix(T, &G, s.Emin + k * head.dE + E0, s.Gamma) != 0)
-            return luaL_error(L, "The block Green's function could not be evaluated in CreateSpectra\n");
-        for (uint32_t i = 0; i < M; i++)
-            for (uint32_t j = 0; j < M; j++) {
-                const Complex16 z = CompactMatrixElement(G, i, j);
-                w.S[i * M + j].Re[k] = z.re;
-                w.S[i * M + j].Im[k] = z.im;
-            }
-        FreeCompactMatrix(&G);
-    }
-    LuaPushSpectra(L, w.S, w.nS);
-    w.S = nullptr;
-    w.nS = 0;
+    TensorGrid(L, s, w, M, lo, hi, E0, [&](double e, double gamma, CompactMatrixType* G) {
+        return EvaluateBlockTriDiagonalMatrix(T, G, e, gamma);
+    });
     for (uint32_t i = 1; i <= T.N; i++)
         for (uint32_t d = 0; d < M; d++) {
             if (T.a[i].QComplex)
@@ -315,6 +324,67 @@ int TensorSpectra(lua_State* L, const OperatorType& H, CreateSpectraSettings& s,
                 CompactMatrixRealData(T.a[i])[(size_t)d * M + d] -= E0;
         }
     LuaPushTable_BlockTriDiagonalMatrixType(L, T);
+    return 2;
+}
+
+// Tensor on the dense route: the block list of poles of the closed space,
+// pole m with the weight conj(x_im) x_jm, x_im = <v_m|T_i psi>.
+int TensorSpectraDense(lua_State* L, const OperatorType& H, CreateSpectraSettings& s, Work& w, double E0) {
+    const uint32_t M = (uint32_t)w.Tpsi.size();
+    if (OperatorToDeterminantMatrix(H, w.A, &w.D) != 0)
+        return luaL_error(L, "InitCompactMatrix failed in calculation of spectra\n Out of memory?\nTry to split the "
+                             "call to several calls for different wave-functions or transition operators or use sparse "
+                             "methods ({\"DenseBorder\",0} in options)\n");
+    w.haveD = true;
+    const uint32_t dim = w.A.N;
+    std::vector<double> energies(dim);
+    if (dim > 0 && CompactMatrixEigensystem(&w.D, &w.V, energies.data()) != 0)
+        return luaL_error(L, "The eigensystem of the closed space could not be found in CreateSpectra\n");
+    w.haveV = dim > 0;
+    BlockListOfPoles P{};
+    P.N = dim;
+    P.M = M;
+    P.QComplex = 1;
+    if (InitBlockListOfPoles(&P) != 0)
+        return luaL_error(L, "malloc failed. Out of memory during initialization in CalculateSpectra\n");
+    struct Guard {
+        BlockListOfPoles* P;
+        ~Guard() { FreeBlockListOfPoles(P); }
+    } guard{&P};
+    std::vector<Complex16> x((size_t)M * dim, Complex16{0.0, 0.0});  // x[i * dim + m]
+    for (uint32_t i = 0; i < M; i++) {
+        const WaveFunctionType& t = w.Tpsi[i];
+        std::vector<Complex16> c(dim, Complex16{0.0, 0.0});
+        for (uint32_t k = 1; k <= t.N; k++) {
+            const uint32_t a = WaveFunctionIndexDet(&w.A, WaveFunctionDet(t, k));
+            if (a != 0) c[a - 1] = Complex16{WaveFunctionRe(t, k), t.QComplex ? WaveFunctionIm(t, k) : 0.0};
+        }
+        for (uint32_t m = 0; m < dim; m++) {
+            double re = 0.0, im = 0.0;
+            for (uint32_t a = 0; a < dim; a++) {
+                const Complex16 v = CompactMatrixElement(w.V, m, a);
+                re += v.re * c[a].re + v.im * c[a].im;
+                im += v.re * c[a].im - v.im * c[a].re;
+            }
+            x[(size_t)i * dim + m] = Complex16{re, im};
+        }
+    }
+    Complex16* value = (Complex16*)P.Value;
+    const size_t slice = BlockListOfPolesSlice(M);
+    for (uint32_t m = 0; m < dim; m++) {
+        value[m * slice] = Complex16{energies[m], 0.0};
+        for (uint32_t i = 0; i < M; i++)
+            for (uint32_t j = 0; j < M; j++) {
+                const Complex16 a = x[(size_t)i * dim + m], b = x[(size_t)j * dim + m];
+                value[m * slice + 1 + (size_t)i * M + j] = Complex16{a.re * b.re + a.im * b.im, a.re * b.im - a.im * b.re};
+            }
+    }
+    const double lo = dim > 0 ? energies.front() - E0 : 0.0, hi = dim > 0 ? energies.back() - E0 : 0.0;
+    TensorGrid(L, s, w, M, lo, hi, E0, [&](double e, double gamma, CompactMatrixType* G) {
+        return EvaluateBlockListOfPoles(P, G, e, gamma);
+    });
+    for (uint32_t m = 0; m < dim; m++) value[m * slice].re -= E0;
+    LuaPushTable_BlockListOfPoles(L, P);
     return 2;
 }
 
@@ -409,7 +479,8 @@ int LuaCreateSpectra(lua_State* L) {
                               "CreateSpectra called with option Tensor->true and %d wave-functions but no energy-shift "
                               "set.\nTensors can have only one shift and no different shift for each eigen-state.",
                               (int)psi.size());
-        return TensorSpectra(L, *H, s, w, E0[0]);
+        return SpaceCloses(L, *H, s, w) ? TensorSpectraDense(L, *H, s, w, E0[0])
+                                        : TensorSpectraLanczos(L, *H, s, w, E0[0]);
     }
     const bool dense = SpaceCloses(L, *H, s, w);
     std::vector<std::vector<double>> poles;

@@ -71,6 +71,19 @@ for i = 1, #kry do
   for j = 1, #kry do check.near(kry[i] * kry[j], i == j and 1 or 0, 1e-10, "Krylov vectors orthonormal") end
 end
 
+-- file: the chains go to the name alone for one pair, with a two-digit
+-- suffix for several.
+local dir = os.tmpname()
+os.remove(dir)
+CreateSpectra(H, T, psi, with({{"DenseBorder", 0}, {"NTri", 3}, {"file", dir}}))
+CreateSpectra(H, {T, Tup}, psi, with({{"DenseBorder", 0}, {"NTri", 3}, {"file", dir .. "_pairs"}}))
+for _, name in ipairs({dir, dir .. "_pairs_00", dir .. "_pairs_01"}) do
+  local f = io.open(name)
+  check.truthy(f ~= nil, "chain file " .. name)
+  f:close()
+  os.remove(name)
+end
+
 -- A transition operator that annihilates psi: an all-zero spectrum.
 local empty = NewOperator(2 * L, 0, {{-0, -2, -4, -6, 1.0}})
 local G0 = CreateSpectra(H, empty, psi, with({}))
@@ -109,14 +122,19 @@ check.near(back.Emax[2], Gd.Emax[2], 1e-12, "round trip Emax")
 
 -- Tensor: all cross spectra at once; G(T1 + T2) = G11 + G12 + G21 + G22.
 local T2 = NewOperator(2 * L, 0, {{-3, 0.7}})
-local GT = CreateSpectra(H, {T, T2}, psi, with({{"Tensor", true}, {"NTri", 40}}))
-check.eq(#GT.NE, 4, "a 2 by 2 tensor")
 local Gsum = CreateSpectra(H, T + T2, psi, with({}))
-local total = Spectra.Sum(GT, {1, 1, 1, 1})
-local a, b = Spectra.ToTable(total)[1], Spectra.ToTable(Gsum)[1]
-for k = 1, 2401, 100 do
-  check.near(a[k][2].im, b[k][2].im, 1e-9, "tensor sum im " .. k)
-  check.near(a[k][2].re, b[k][2].re, 1e-9, "tensor sum re " .. k)
+for _, route in ipairs({{}, {{"DenseBorder", 0}}}) do
+  local opts = with({{"Tensor", true}, {"NTri", 40}})
+  for _, x in ipairs(route) do opts[#opts + 1] = x end
+  local GT, forms = CreateSpectra(H, {T, T2}, psi, opts)
+  check.eq(#GT.NE, 4, "a 2 by 2 tensor")
+  check.eq(forms.type, #route == 0 and "ListOfPoles" or "Tri", "block form of the route")
+  local total = Spectra.Sum(GT, {1, 1, 1, 1})
+  local a, b = Spectra.ToTable(total)[1], Spectra.ToTable(Gsum)[1]
+  for k = 1, 2401, 100 do
+    check.near(a[k][2].im, b[k][2].im, 1e-9, "tensor sum im " .. k)
+    check.near(a[k][2].re, b[k][2].re, 1e-9, "tensor sum re " .. k)
+  end
 end
 -- Two equal functions lose one direction without failing.
 local GE = CreateSpectra(H, {T, T}, psi, with({{"Tensor", true}, {"NTri", 20}}))
