@@ -9,6 +9,7 @@
 #include "base/options.h"
 #include "base/verbosity.h"
 #include "base/warning.h"
+#include "numeric/compactmatrix.h"
 #include "krylov/lanczos_tridiagonal.h"
 #include "manybody/expectation.h"
 #include "manybody/operator_algebra.h"
@@ -155,6 +156,200 @@ int Apply(const OperatorType& O, const WaveFunctionType& psi, WaveFunctionType* 
     return R.NRestriction != 0 ? OperatorPsiRestricted(O, psi, out, R) : OperatorPsi(O, psi, out);
 }
 
+
+// The space that H reaches from start (consumed into *basis): true when it
+// closes within `limit` determinants (or at any size when forced).
+bool Closure(const OperatorType& H, const DeterminantRestrictionType& R, uint32_t limit, bool forced,
+             WaveFunctionType* basis) {
+    for (;;) {
+        if (!forced && basis->N > limit) return false;
+        const uint32_t before = basis->N;
+        WaveFunctionType B;
+        if (Apply(H, *basis, &B, R) != 0) return false;
+        double norm = 0.0;
+        WaveFunctionCalculateNorm(B, &norm);
+        if (norm > 0.0) WaveFunctionMultiply(&B, 1.0 / norm, 0.0);
+        const int fail = WaveFunctionAddUnionBasis(basis, B);
+        WaveFunctionFree(&B);
+        if (fail != 0) return false;
+        if (!forced && basis->N > limit) return false;
+        if (basis->N == before) return true;
+    }
+}
+
+// The eigenstates of H on a closed basis: energies ascending and the
+// states as functions (row m of the eigenvectors on the basis).
+struct DenseSystem {
+    std::vector<double> E;
+    std::vector<WaveFunctionType> states;
+    ~DenseSystem() {
+        for (auto& f : states) WaveFunctionFree(&f);
+    }
+    bool Build(const OperatorType& H, const WaveFunctionType& basis) {
+        CompactMatrixType D{}, V{};
+        if (basis.N == 0) return true;
+        if (OperatorToDeterminantMatrix(H, basis, &D) != 0) return false;
+        E.assign(basis.N, 0.0);
+        const int fail = CompactMatrixEigensystem(&D, &V, E.data());
+        FreeCompactMatrix(&D);
+        if (fail != 0) return false;
+        for (uint32_t m = 0; m < basis.N; m++) {
+            WaveFunctionType e;
+            if (WaveFunctionCopy(basis, &e) != 0) break;
+            if (V.QComplex && e.QComplex == 0) PromoteRealWaveFunctionToComplex(&e);
+            for (uint32_t i = 1; i <= e.N; i++) {
+                const Complex16 v = CompactMatrixElement(V, m, i - 1);
+                WaveFunctionRe(e, i) = v.re;
+                if (e.QComplex) WaveFunctionIm(e, i) = v.im;
+            }
+            states.push_back(e);
+        }
+        FreeCompactMatrix(&V);
+        return states.size() == basis.N;
+    }
+};
+
+Complex16 Braket(const WaveFunctionType& a, const WaveFunctionType& b) {
+    double re = 0.0, im = 0.0;
+    WaveFunctionDotProduct(a, b, &re, &im);
+    return Complex16{re, im};
+}
+
+// The resonant spectra of one pair (T1, psi) by dense algebra, when the
+// intermediate space (H1 on T1 psi) and the final space (H2 on T2 applied to
+// it) both close within the limit: exact eigenstates, the resolvent applied
+// exactly, and pole lists of the final states.  False (and nothing done)
+// when a space does not close.
+bool ResonantPairDense(lua_State* L, const OperatorType& H1, const OperatorType& H2, const WaveFunctionType& t1,
+                       const std::vector<OperatorType*>& T2, const DeterminantRestrictionType& R1,
+                       const DeterminantRestrictionType& R2, uint32_t limit, bool forced, double e01, double e02,
+                       Range in, Range out, bool inNEUnset, bool outNEUnset, bool severalPairs, size_t a, size_t nT1,
+                       size_t j, size_t nPsi, SpectraList* result) {
+    WaveFunctionType B1;
+    if (WaveFunctionCopy(t1, &B1) != 0) return false;
+    struct Free1 {
+        WaveFunctionType* w;
+        ~Free1() { WaveFunctionFree(w); }
+    } free1{&B1};
+    if (!Closure(H1, R1, limit, forced, &B1)) return false;
+    // The final space: every T2 applied to the whole intermediate basis.
+    WaveFunctionType B2;
+    B2.QComplex = 0;
+    B2.NFermion = B1.NFermion;
+    B2.NBoson = B1.NBoson;
+    B2.NBitsKey = B1.NBitsKey;
+    if (WaveFunctionInit(&B2) != 0) return false;
+    struct Free2 {
+        WaveFunctionType* w;
+        ~Free2() { WaveFunctionFree(w); }
+    } free2{&B2};
+    WaveFunctionType ones;
+    if (WaveFunctionCopy(B1, &ones) != 0) return false;
+    for (uint32_t i = 1; i <= ones.N; i++) {
+        WaveFunctionRe(ones, i) = (rand() + 1.0) / 2147483647.0;
+        if (ones.QComplex) WaveFunctionIm(ones, i) = 0.0;
+    }
+    for (OperatorType* op : T2) {
+        WaveFunctionType x;
+        if (Apply(*op, ones, &x, R2) != 0) {
+            WaveFunctionFree(&ones);
+            return false;
+        }
+        WaveFunctionAddUnionBasis(&B2, x);
+        WaveFunctionFree(&x);
+    }
+    WaveFunctionFree(&ones);
+    if (!Closure(H2, R2, limit, forced, &B2)) return false;
+    VerbosityPrintf(0x1, "Start of ResonantSpectra using Dense Methods\n");
+    DenseSystem mid, fin;
+    if (!mid.Build(H1, B1) || !fin.Build(H2, B2)) luaL_error(L, "The dense eigensystems failed in ResonantSpectra\n");
+    const size_t nm = mid.states.size(), nf = fin.states.size();
+    std::vector<Complex16> x(nm);
+    for (size_t m = 0; m < nm; m++) x[m] = Braket(mid.states[m], t1);
+    Range r1 = in;
+    const double lo = nm ? mid.E.front() - e01 : 0.0, hi = nm ? mid.E.back() - e01 : 0.0;
+    if (r1.MinUnset() && r1.MaxUnset()) {
+        r1.Emin = 1.1 * lo - 0.1 * hi;
+        r1.Emax = 1.1 * hi - 0.1 * lo;
+        if (r1.Emin == r1.Emax) r1.Emin -= 1.0, r1.Emax += 1.0;
+        VerbosityPrintf(0x2, "Automatically set energy range for intermediate states Emin=%22.15E Emax=%22.15E\n",
+                        r1.Emin, r1.Emax);
+    }
+    if (r1.Gamma == 0.0) {
+        r1.Gamma = 5.0 * (r1.Emax - r1.Emin) / 1000.0;
+        if (inNEUnset) r1.NE = 1000;
+        VerbosityPrintf(0x2, "Automatically set lifetime (Gamma=%22.15E) for intermediate state\n", r1.Gamma);
+    }
+    Range r2 = out;
+    const double flo = nf ? fin.E.front() - e02 : 0.0, fhi = nf ? fin.E.back() - e02 : 0.0;
+    if (r2.MinUnset() && r2.MaxUnset()) {
+        r2.Emin = 1.1 * flo - 0.1 * fhi;
+        r2.Emax = 1.1 * fhi - 0.1 * flo;
+        if (r2.Emin == r2.Emax) r2.Emin -= 1.0, r2.Emax += 1.0;
+        VerbosityPrintf(0x2, "Automatically set energy range for final states Emin=%22.15E Emax=%22.15E\n", r2.Emin,
+                        r2.Emax);
+    }
+    if (r2.Gamma == 0.0) {
+        r2.Gamma = 5.0 * (r2.Emax - r2.Emin) / 1000.0;
+        if (outNEUnset) r2.NE = 1000;
+        VerbosityPrintf(0x2, "Automatically set lifetime (Gamma=%22.15E) for final state\n", r2.Gamma);
+    }
+    SpectraType head;
+    InitSpectrumHeader(&head);
+    head.NE = r2.NE;
+    head.Emin = r2.Emin;
+    head.Emax = r2.Emax;
+    head.dE = (r2.Emax - r2.Emin) / r2.NE;
+    head.Gamma = r2.Gamma;
+    head.EminPole = flo;
+    head.EmaxPole = fhi;
+    const double dE1 = (r1.Emax - r1.Emin) / r1.NE;
+    for (size_t t = 0; t < T2.size(); t++) {
+        // <f|T2|m> for every pair of eigenstates.
+        std::vector<Complex16> D(nf * nm);
+        for (size_t m = 0; m < nm; m++) {
+            WaveFunctionType y;
+            if (Apply(*T2[t], mid.states[m], &y, R2) != 0) luaL_error(L, "OperatorPsi failed in ResonantSpectraDense\n");
+            for (size_t f = 0; f < nf; f++) D[f * nm + m] = Braket(fin.states[f], y);
+            WaveFunctionFree(&y);
+        }
+        for (uint32_t k = 0; k <= r1.NE; k++) {
+            const double w = r1.Emin + k * dE1 + e01, eta = r1.Gamma / 2.0;
+            ListOfPoles P{};
+            P.N = (uint32_t)nf;
+            std::vector<double> pa(nf), pb(nf);
+            for (size_t f = 0; f < nf; f++) {
+                double re = 0.0, im = 0.0;
+                for (size_t m = 0; m < nm; m++) {
+                    // D x / (w - E_m + i eta)
+                    const Complex16 d = D[f * nm + m], xm = x[m];
+                    const double nr = d.re * xm.re - d.im * xm.im, ni = d.re * xm.im + d.im * xm.re;
+                    const double dr = w - mid.E[m], den = dr * dr + eta * eta;
+                    re += (nr * dr + ni * eta) / den;
+                    im += (ni * dr - nr * eta) / den;
+                }
+                pa[f] = fin.E[f];
+                pb[f] = re * re + im * im;
+            }
+            P.a = pa.data();
+            P.b = pb.data();
+            SpectraType S;
+            if (SpectrumAllocate(head, &S) != 0) luaL_error(L, "Error: not enough memory to allocate new spectra\n");
+            result->S.push_back(S);
+            SpectraType& R = result->S.back();
+            if (severalPairs)
+                snprintf(R.Name, sizeof R.Name, "Spectrum wres %i/%i T2 %i/%i T1 %i/%i psi %i/%i", (int)k, (int)r1.NE,
+                         (int)t + 1, (int)T2.size(), (int)a + 1, (int)nT1, (int)j + 1, (int)nPsi);
+            else
+                snprintf(R.Name, sizeof R.Name, "Spectrum wres %i/%i T2 %i/%i", (int)k, (int)r1.NE, (int)t + 1,
+                         (int)T2.size());
+            R.ResonantEnergy = r1.Emin + ((double)k / r1.NE) * (r1.Emax - r1.Emin);
+            ListOfPolesToSpectrum(e02, P, &R);
+        }
+    }
+    return true;
+}
+
 }  // namespace
 
 int LuaCreateResonantSpectra(lua_State* L) {
@@ -202,7 +397,6 @@ int LuaCreateResonantSpectra(lua_State* L) {
     const bool inNEUnset = nargs == 5 || in.NE == 1000, outNEUnset = nargs == 5 || out.NE == 1000;
     if (in.NE == 0) in.NE = 1000;
     if (out.NE == 0) out.NE = 1000;
-    VerbosityPrintf(0x1, "Start of ResonantSpectra using Lanczos\n");
     SpectraList result;
     const size_t npairs = T1.size() * psi.size();
     for (size_t a = 0; a < T1.size(); a++) {
@@ -211,6 +405,12 @@ int LuaCreateResonantSpectra(lua_State* L) {
             const double e02 = E02 == kUnset ? Energy(*H2, *psi[j]) : E02;
             WaveFunctionType t1;
             if (Apply(*T1[a], *psi[j], &t1, R1.r) != 0) return luaL_error(L, "OperatorPsi failed in ResonantSpectra\n");
+            if (ResonantPairDense(L, *H1, *H2, t1, T2, R1.r, R2.r, DenseBorder, ForceDense != 0, e01, e02, in, out,
+                                  inNEUnset, outNEUnset, npairs > 1, a, T1.size(), j, psi.size(), &result)) {
+                WaveFunctionFree(&t1);
+                continue;
+            }
+            VerbosityPrintf(0x1, "Start of ResonantSpectra using Lanczos\n");
             Resolvent res;
             res.Build(L, *H1, t1, NTri1, epsilon, R1.r, "ResonantSpectra");
             Range r1 = in;

@@ -24,45 +24,57 @@ local E01, E02 = g * Hm * g, g * Hi * g
 local G1, G2 = 0.8, 0.4
 local opts = {{"NTri1", 60}, {"NTri2", 45}, {"Emin1", -6}, {"Emax1", 6}, {"NE1", 4}, {"Gamma1", G1},
   {"Emin2", -2}, {"Emax2", 10}, {"NE2", 120}, {"Gamma2", G2}}
-local S = CreateResonantSpectra(Hm, Hi, T, D, g, opts)
-check.eq(#S.NE, 5, "one spectrum per incoming energy")
-check.near(S.ResonantEnergy[5], 6, 1e-12, "the last incoming energy is Emax1")
+-- Both routes: the spaces close (dense), and with DenseBorder 0 (Lanczos).
+for _, route in ipairs({{}, {{"DenseBorder", 0}}}) do
+  local o = {}
+  for _, x in ipairs(opts) do o[#o + 1] = x end
+  for _, x in ipairs(route) do o[#o + 1] = x end
+  local S = CreateResonantSpectra(Hm, Hi, T, D, g, o)
+  check.eq(#S.NE, 5, "one spectrum per incoming energy")
+  check.near(S.ResonantEnergy[5], 6, 1e-12, "the last incoming energy is Emax1")
 
--- Kramers-Heisenberg by hand.
-local Em, Ef, Tm, Dfm = {}, {}, {}, {}
-for a = 1, #m do Em[a] = m[a] * Hm * m[a]; Tm[a] = m[a] * T * g end
-for b = 1, #f do
-  Ef[b] = f[b] * Hi * f[b]
-  Dfm[b] = {}
-  for a = 1, #m do Dfm[b][a] = f[b] * D * m[a] end
-end
-local S_table = Spectra.ToTable(S)
-local worst = 0
-for k = 0, 4 do
-  local w = -6 + 3 * k
-  local weight = {}
+  -- Kramers-Heisenberg by hand.
+  local Em, Ef, Tm, Dfm = {}, {}, {}, {}
+  for a = 1, #m do Em[a] = m[a] * Hm * m[a]; Tm[a] = m[a] * T * g end
   for b = 1, #f do
-    local amp = 0
-    for a = 1, #m do amp = amp + Dfm[b][a] * Tm[a] / (w + E01 - Em[a] + I * G1 / 2) end
-    weight[b] = amp.re ^ 2 + amp.im ^ 2
+    Ef[b] = f[b] * Hi * f[b]
+    Dfm[b] = {}
+    for a = 1, #m do Dfm[b][a] = f[b] * D * m[a] end
   end
-  for _, n in ipairs({1, 31, 61, 91, 121}) do
-    local wout = -2 + (n - 1) * 0.1
-    local want = 0
-    for b = 1, #f do want = want - weight[b] * (G2 / 2) / ((wout + E02 - Ef[b]) ^ 2 + G2 * G2 / 4) end
-    local got = S_table[k + 1][n][2].im
-    worst = math.max(worst, math.abs(got - want) / (1e-12 + math.abs(want)))
+  local S_table = Spectra.ToTable(S)
+  local worst = 0
+  for k = 0, 4 do
+    local w = -6 + 3 * k
+    local weight = {}
+    for b = 1, #f do
+      local amp = 0
+      for a = 1, #m do amp = amp + Dfm[b][a] * Tm[a] / (w + E01 - Em[a] + I * G1 / 2) end
+      weight[b] = amp.re ^ 2 + amp.im ^ 2
+    end
+    for _, n in ipairs({1, 31, 61, 91, 121}) do
+      local wout = -2 + (n - 1) * 0.1
+      local want = 0
+      for b = 1, #f do want = want - weight[b] * (G2 / 2) / ((wout + E02 - Ef[b]) ^ 2 + G2 * G2 / 4) end
+      local got = S_table[k + 1][n][2].im
+      worst = math.max(worst, math.abs(got - want) / (1e-12 + math.abs(want)))
+    end
   end
-end
-check.truthy(worst < 1e-8, "Kramers-Heisenberg, worst relative difference " .. worst)
+  check.truthy(worst < 1e-8, "Kramers-Heisenberg, worst relative difference " .. worst)
 
--- The weight of each resonant spectrum is |D wres|^2: the fluorescence yield.
-local Y = CreateFluorescenceYield(Hm, T, D, g, {{"NTri", 60}, {"Emin", -6}, {"Emax", 6}, {"NE", 4}, {"Gamma", G1}})
-local Y_table = Spectra.ToTable(Y)[1]
-for k = 1, 5 do
-  check.near(Y_table[k][2].re, S.Integral[k], 1e-10 * S.Integral[k], "yield " .. k)
-  check.eq(Y_table[k][2].im, 0, "yield is real")
+  -- The weight of each resonant spectrum is |D wres|^2: the fluorescence yield.
+  local Y = CreateFluorescenceYield(Hm, T, D, g, {{"NTri", 60}, {"Emin", -6}, {"Emax", 6}, {"NE", 4}, {"Gamma", G1}})
+  local Y_table = Spectra.ToTable(Y)[1]
+  for k = 1, 5 do
+    check.near(Y_table[k][2].re, S.Integral[k], 1e-10 * S.Integral[k], "yield " .. k)
+    check.eq(Y_table[k][2].im, 0, "yield is real")
+  end
 end
+
+-- Far below the resonances the yield falls as the square of the resolvent:
+-- |w - E|^-2 with E within the intermediate levels.
+local far = Spectra.ToTable(CreateFluorescenceYield(Hm, T, D, g, {{"NTri", 60}, {"Emin", -2000}, {"Emax", -1000},
+  {"NE", 1}, {"Gamma", G1}}))[1]
+check.near(far[1][2].re / far[2][2].re, 0.25, 0.01, "yield ratio at twice the distance")
 
 check.fails("Tensor form for Resonant spectra not yet available", CreateResonantSpectra, Hm, Hi, T, D, g, {{"Tensor", true}})
 check.fails("Errof CreateResonantSpectra called with a table of transition operators (2) of length 0\n",
