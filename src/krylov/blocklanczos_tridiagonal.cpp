@@ -63,9 +63,32 @@ int Orthonormalize(std::vector<WaveFunctionType>& list, bool complexValues, doub
 
 }  // namespace
 
+namespace {
+
+int BlockTriDiagonalize(OperatorType H, const WaveFunctionType* psi, unsigned int count, double epsilon,
+                        BlockTriDiagonalMatrixType* T, double singularValue, const DeterminantRestrictionType* R,
+                        WaveFunctionType* basis);
+
+}  // namespace
+
 int LanczosBlockTriDiagonalize(OperatorType H, const WaveFunctionType* psi, unsigned int count, double epsilon,
                                BlockTriDiagonalMatrixType* T, double singularValue,
                                const DeterminantRestrictionType* R) {
+    return BlockTriDiagonalize(H, psi, count, epsilon, T, singularValue, R, nullptr);
+}
+
+int LanczosBlockTriDiagonalizeKrylov(OperatorType H, const WaveFunctionType* psi, unsigned int count, double epsilon,
+                                     BlockTriDiagonalMatrixType* T, double singularValue,
+                                     const DeterminantRestrictionType* R, WaveFunctionType* basis) {
+    for (size_t i = 0; i < (size_t)T->N * count; i++) memset(&basis[i], 0, sizeof basis[i]);
+    return BlockTriDiagonalize(H, psi, count, epsilon, T, singularValue, R, basis);
+}
+
+namespace {
+
+int BlockTriDiagonalize(OperatorType H, const WaveFunctionType* psi, unsigned int count, double epsilon,
+                        BlockTriDiagonalMatrixType* T, double singularValue, const DeterminantRestrictionType* R,
+                        WaveFunctionType* basis) {
     const unsigned int M = count;
     bool complexValues = H.QComplex != 0;
     for (unsigned int i = 0; i < M; i++) complexValues = complexValues || psi[i].QComplex != 0;
@@ -99,6 +122,8 @@ int LanczosBlockTriDiagonalize(OperatorType H, const WaveFunctionType* psi, unsi
     for (unsigned int j = k; j < cur.size(); j++) WaveFunctionFree(&cur[j]);
     cur.resize(k);
     for (uint32_t level = 1; level <= T->N && k > 0; level++) {
+        if (basis != nullptr)
+            for (unsigned int c = 0; c < k; c++) WaveFunctionCopy(cur[c], &basis[(size_t)(level - 1) * M + c]);
         next.assign(k, WaveFunctionType{});
         for (unsigned int c = 0; c < k; c++) {
             if (KrylovApply(H, cur[c], &next[c], R) != 0) {
@@ -160,6 +185,8 @@ int LanczosBlockTriDiagonalize(OperatorType H, const WaveFunctionType* psi, unsi
     fflush(stdout);
     return 0;
 }
+
+}  // namespace
 
 int CompactMatrixBlockBandDiagonalize(const CompactMatrixType& A, const CompactMatrixType& S, uint32_t N,
                                       double singularValue, BlockTriDiagonalMatrixType* T, CompactMatrixType* Q) {

@@ -22,6 +22,14 @@ int LanczosBlockTriDiagonalize(OperatorType H, const WaveFunctionType* psi, unsi
                                BlockTriDiagonalMatrixType* T, double singularValue,
                                const DeterminantRestrictionType* R);
 
+// The same, keeping the Krylov vectors: basis has room for T->N * count
+// records and receives the orthonormal vectors level by level (count per
+// level; a level that lost width has empty records in its last places).
+// The caller frees the records with WaveFunctionFree.
+int LanczosBlockTriDiagonalizeKrylov(OperatorType H, const WaveFunctionType* psi, unsigned int count, double epsilon,
+                                     BlockTriDiagonalMatrixType* T, double singularValue,
+                                     const DeterminantRestrictionType* R, WaveFunctionType* basis);
+
 // The same recursion on a dense Hermitian matrix A (n by n) with the columns
 // of S (n by M) as the start block.  T (N levels, size M) is made here; Q,
 // if not null, receives the orthonormal Krylov vectors as the rows of an

@@ -7,6 +7,7 @@
 #include <map>
 #include <vector>
 
+#include "krylov/blocklanczos_tridiagonal.h"
 #include "krylov/lanczos_tridiagonal.h"
 #include "manybody/operator_psi.h"
 #include "manybody/wavefunction_algebra.h"
@@ -183,6 +184,40 @@ TEST(LanczosTriDiagonalize, KrylovFormIsOrthonormalAndAgrees) {
         WaveFunctionFree(&psi);
         FreeOperator(&H);
     }
+}
+
+TEST(LanczosBlockTriDiagonalize, KrylovBlocksAreOrthonormalAndGiveTheSameForm) {
+    OperatorType H = HubbardRing(1.0, 4.0, 0.0);
+    WaveFunctionType psi[2] = {State(kStart), State({{0x96, 1.0}, {0x69, 0.5}})};
+    const uint32_t N = 4, M = 2;
+    BlockTriDiagonalMatrixType A{}, B{};
+    A.N = B.N = N;
+    A.M = B.M = M;
+    ASSERT_EQ(InitBlockTriDiagonalMatrix(&A), 0);
+    ASSERT_EQ(InitBlockTriDiagonalMatrix(&B), 0);
+    std::vector<WaveFunctionType> basis(N * M);
+    ASSERT_EQ(LanczosBlockTriDiagonalize(H, psi, M, 1e-16, &A, 1e-12, nullptr), 0);
+    ASSERT_EQ(LanczosBlockTriDiagonalizeKrylov(H, psi, M, 1e-16, &B, 1e-12, nullptr, basis.data()), 0);
+    for (uint32_t l = 1; l <= N; l++)
+        for (uint32_t r = 0; r < M; r++)
+            for (uint32_t c = 0; c < M; c++)
+                EXPECT_NEAR(CompactMatrixElement(A.a[l], r, c).re, CompactMatrixElement(B.a[l], r, c).re, 1e-12);
+    for (size_t i = 0; i < basis.size(); i++)
+        for (size_t j = 0; j <= i; j++) {
+            double re = 0, im = 0;
+            WaveFunctionDotProduct(basis[j], basis[i], &re, &im);
+            EXPECT_NEAR(re, i == j ? 1.0 : 0.0, 1e-10) << i << " " << j;
+        }
+    // The first block holds <psi_i|q_j>: psi_0 is recovered from it.
+    double norm2 = 0;
+    for (uint32_t j = 0; j < M; j++) norm2 += std::pow(CompactMatrixElement(A.b[0], 0, j).re, 2);
+    EXPECT_NEAR(norm2, 0.98, 1e-12);
+    for (auto& v : basis) WaveFunctionFree(&v);
+    FreeBlockTriDiagonalMatrix(&A);
+    FreeBlockTriDiagonalMatrix(&B);
+    WaveFunctionFree(&psi[0]);
+    WaveFunctionFree(&psi[1]);
+    FreeOperator(&H);
 }
 
 }  // namespace
