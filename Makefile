@@ -4,7 +4,7 @@ SANBUILD   ?= build-sanitize
 BENCHBUILD ?= build-bench
 JOBS       ?= 2
 
-.PHONY: all deps build run test sanitize bench clean
+.PHONY: all deps build run test sanitize bench fuzz clean
 
 all: build
 
@@ -34,6 +34,12 @@ bench: deps
 	@for b in $(BENCHBUILD)/bench/bench_*; do \
 	  for t in 1 2; do echo "== $$b, OMP_NUM_THREADS=$$t"; OMP_NUM_THREADS=$$t $$b || exit 1; done; \
 	done
+
+fuzz: build
+	@cmake -S . -B $(SANBUILD) -DCMAKE_BUILD_TYPE=Debug -DSKELDA_SANITIZE=ON >/dev/null
+	@cmake --build $(SANBUILD) -j $(JOBS) --target skelda
+	sh tests/fuzz/run.sh $(CURDIR)/$(BUILD)/skelda 1 250000 4
+	sh tests/fuzz/run.sh $(CURDIR)/$(SANBUILD)/skelda 101 50000 2
 
 clean:
 	rm -rf $(BUILD) $(SANBUILD) $(BENCHBUILD)
