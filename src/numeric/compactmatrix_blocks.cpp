@@ -37,6 +37,7 @@ void SetElement(CompactMatrixType* R, uint32_t i, uint32_t j, Complex16 z) {
 // Copies all of A into R with its upper-left corner at (i0, j0).  R is
 // complex whenever A is.
 void PlaceBlock(const CompactMatrixType& A, CompactMatrixType* R, uint32_t i0, uint32_t j0) {
+    if (A.Nj == 0) return;  // rows without elements: nothing to place
     for (uint32_t i = 0; i < A.Ni; i++) {
         size_t a = static_cast<size_t>(i) * A.Nj;
         size_t r = static_cast<size_t>(i + i0) * R->Nj + j0;
@@ -63,6 +64,8 @@ int Submatrix(CompactMatrixType A, uint32_t i0, uint32_t i1, uint32_t j0, uint32
     if (InitResult(R, i1 - i0, j1 - j0, A.QComplex, "Submatrix")) return 1;
     if (A.Name != nullptr) SetCompactMatrixName(R, A.Name);
     size_t es = ElementSize(A);
+    // An empty block has nothing to copy (and may have no storage at all).
+    if (R->Nj == 0) return 0;
     for (uint32_t i = i0; i < i1; i++) {
         memcpy(static_cast<char*>(R->data) + static_cast<size_t>(i - i0) * R->Nj * es,
                static_cast<const char*>(A.data) + (static_cast<size_t>(i) * A.Nj + j0) * es,

@@ -33,4 +33,7 @@ local cases = {
   {"table length -5 out of range", OrbitalRotationMatrix, {"2p"}, setmetatable({}, {__len = function() return -5 end})},
 }
 for _, c in ipairs(cases) do check.failsWith(c[1], table.unpack(c, 2)) end
+-- Empty blocks copy nothing (the sanitizer build watches the pointers).
+check.truthy(pcall(Matrix.Sub, Matrix.Identity(3), 2, 0), "an empty submatrix")
+check.truthy(pcall(Matrix.Expand, {{}, {}, {}}, 3, 5), "expanding rows without elements")
 print("done")
