@@ -96,6 +96,31 @@ for _, spectrum in ipairs(Spectra.ToTable(map)) do
   end
 end
 
+-- The map as three columns (incoming energy, energy loss, intensity
+-- -Im G / pi), a block per incoming energy, ready for a colour map.
+local out = assert(io.open("rixs_nio.dat", "w"))
+out:write("# incoming (eV)   loss (eV)   intensity\n")
+local tables, resonance, peak = Spectra.ToTable(map), 1, -1
+for k, spectrum in ipairs(tables) do
+  for _, p in ipairs(spectrum) do
+    out:write(string.format("%12.6f %12.6f %16.8e\n", map.ResonantEnergy[k], p[1], -p[2].im / math.pi))
+  end
+  out:write("\n")
+  if map.Integral[k] > peak then resonance, peak = k, map.Integral[k] end
+end
+out:close()
+
+-- The dd excitations at the L3 resonance: the maxima of the loss spectrum
+-- between 0.5 and 4 eV.
+local s, found = tables[resonance], {}
+for n = 2, #s - 1 do
+  local e, v = s[n][1], -s[n][2].im
+  if e > 0.5 and e < 4 and v > -s[n - 1][2].im and v >= -s[n + 1][2].im then found[#found + 1] = string.format("%.2f", e) end
+end
+print(string.format("L3 resonance at %.2f eV; dd excitations at %s eV (map in rixs_nio.dat)",
+  map.ResonantEnergy[resonance], table.concat(found, ", ")))
+if #found == 0 then error("no dd excitation found at the L3 resonance") end
+
 local Plot = require "Plot"
 local eps, svg = Plot.Map(map, "rixs_nio", {title = "Ni L3 RIXS of NiO", xlabel = "Incoming energy (eV)",
   ylabel = "Energy loss (eV)"})

@@ -26,3 +26,10 @@ check.fails("Dimensions of matrices that specify the color must all be the same\
   PostScript.Bitmap, s, 0, 0, 1, 1, {{{1, 2}}, {{1}}}, function() return 0, 0, 0 end)
 check.fails("Incorrect color function call\n", PostScript.Bitmap, s, 0, 0, 1, 1, {{1}}, function() error("x") end)
 check.eq(select("#", PlotBands(1, 2, 3)), 0, "PlotBands returns nothing")
+-- The colour function gets one argument per matrix: a number, or a Complex
+-- for a complex matrix.
+local kinds = {}
+PostScript.Bitmap(PostScript.Open(), 0, 0, 1, 1, {{{1}}, {{Complex.New(1, 2)}}},
+  function(a, b) kinds[1], kinds[2] = type(a), tostring(b); return 0, 0, 0 end)
+check.eq(kinds[1], "number", "a real element")
+check.eq(kinds[2], tostring(Complex.New(1, 2)), "a complex element")
