@@ -84,6 +84,53 @@ local ops = {
 local methodNames = {"Dag", "Chop", "Print", "Broaden", "Element", "Sum", "Shift", "Normalize", "Conjugate",
   "Name", "NF", "NB", "N", "Emin", "Gamma", "Restrictions", "MultiplyByEnergy", "Randomize"}
 
+-- Files written by the program, damaged (cut short, bytes flipped), read
+-- back: wave functions in text and binary form and a stored variable.
+local function ReadFile(name)
+  local f = io.open(name, "rb")
+  if not f then return nil end
+  local t = f:read("*a")
+  f:close()
+  return t
+end
+local function WriteFile(name, text)
+  local f = assert(io.open(name, "wb"))
+  f:write(text)
+  f:close()
+end
+local function Damage(text)
+  if #text == 0 then return text end
+  if rand() < 0.5 then return text:sub(1, rand(0, #text - 1)) end
+  local chars = {text:byte(1, -1)}
+  for _ = 1, rand(1, 4) do
+    local k = rand(#chars)
+    chars[k] = bit32.bxor(chars[k], 2 ^ rand(0, 7))
+  end
+  return string.char(table.unpack(chars))
+end
+local function DamagedFiles()
+  local psi = NewWavefunction(6, 0, {{"110100", 1}, {"001011", Complex.New(0.5, 0.25)}})
+  psi.Print({{"file", "fuzz_psi.txt"}})
+  psi.Print({{"file", "fuzz_psi.bin"}, {"Binary", true}})
+  fuzzvar = {1.5, "text", Complex.New(1, -1), psi}
+  io.put("fuzzstore", "fuzzvar")
+  for _, name in ipairs({"fuzz_psi.txt", "fuzz_psi.bin", "fuzzstore/fuzzvar.Skelda"}) do
+    local text = ReadFile(name)
+    if text then
+      WriteFile(name, Damage(text))
+      if name:find("Skelda") then
+        pcall(io.get, "fuzzstore", "fuzzvar")
+      else
+        if name:find("bin") then
+          pcall(Ulmen.ReadWavefunction, name, {{"Binary", true}})
+        else
+          pcall(Ulmen.ReadWavefunction, name)
+        end
+      end
+    end
+  end
+end
+
 local done, failures = 0, 0
 for i = 1, calls do
   if rand() < 0.75 then
@@ -97,6 +144,7 @@ for i = 1, calls do
   end
   done = done + 1
   if i % 1000 == 0 then
+    pcall(DamagedFiles)
     collectgarbage()
     local ok, e = pcall(Dimer)
     if not ok or math.abs(e - exactDimer) > 1e-10 then
