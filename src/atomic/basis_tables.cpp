@@ -1,5 +1,6 @@
 // The fixed tables of the Y to Z, Y to K and Y to jjz matrices for the shells
 // in everyday use.
+#include <cstdint>
 #include <cstdio>
 
 #include "atomic/basis.h"
@@ -87,7 +88,7 @@ const TableEntry kYToJJz2[] = {
 
 // Reports a multiplicity without a table.  Returns the 1-by-1 zero matrix.
 BasisMatrixType NoTable(const char* who, const char* rule, int multiplicity) {
-    if ((multiplicity - 2) % 4 != 0) {
+    if (((int64_t)multiplicity - 2) % 4 != 0) {
         printf("%s only defined for multiplicity %s, with integer l, not for multiplicity %d.\n", who,
                rule, multiplicity);
     } else {

@@ -5,16 +5,17 @@
 #include "base/options.h"
 #include "base/verbosity.h"
 #include "krylov/blockgroundstate.h"
+#include "krylov/lanczos_groundstate.h"
 #include "krylov/eigensystem_lua.h"
 #include "manybody/operator_lua.h"
 #include "manybody/wavefunction_algebra.h"
 
 // EvolveToGroundstate(H, psi [, options]) and EvolveToGroundstate(H, {psi1,
 // ...} [, options]): the given functions become the lowest states of H, in
-// the order of the table, each orthogonal to those before it.  The states
-// are searched together by the block solver of Eigensystem, which grows the
-// basis from the given functions, with the tighter defaults of this call
-// (epsilon 2.220446049250313e-12, zero 2.220446049250313e-14).
+// the order of the table, each orthogonal to those before it: one Lanczos
+// ground-state search per state, which grows its basis from the given
+// function, with the tighter defaults of this call (epsilon
+// 2.220446049250313e-12, zero 2.220446049250313e-14).
 int LuaEvolveToGroundstate(lua_State* L) {
     const int nargs = lua_gettop(L);
     if (nargs != 2 && nargs != 3)
@@ -54,34 +55,31 @@ int LuaEvolveToGroundstate(lua_State* L) {
         LuaCheckOptions(L, 3, options);
     }
     const unsigned int N = (unsigned int)records.size();
-    std::vector<WaveFunctionType> block;
+    std::vector<WaveFunctionType> states;
     for (WaveFunctionType* r : records) {
         WaveFunctionType copy;
         if (WaveFunctionCopy(*r, &copy) != 0) {
-            for (auto& f : block) WaveFunctionFree(&f);
+            for (auto& f : states) WaveFunctionFree(&f);
             return luaL_error(L, "Out of memory in EvolveToGroundstate");
         }
-        WaveFunctionNormalize(&copy);
-        block.push_back(copy);
+        states.push_back(copy);
     }
-    if (WaveFunctionArrayToSameBasis(block.data(), N) != 0) {
-        for (auto& f : block) WaveFunctionFree(&f);
-        return luaL_error(L, "Out of memory in EvolveToGroundstate");
+    // State i is searched orthogonal to the states before it, with the
+    // epsilon that the earlier searches may have raised.
+    double epsilon = s.epsilon;
+    for (unsigned int i = 0; i < N; i++) {
+        VerbosityPrintf(0x1, "\nstart of state #%d/%d", (int)i + 1, (int)N);
+        if (s.Restrictions[0].NRestriction != 0)
+            LanczosGroundStateRestricted(*H, &states[i], s.Restrictions[0], &epsilon, s.zero, 0.0, states.data(), i);
+        else
+            LanczosGroundState(*H, &states[i], &epsilon, s.zero, 0.0, states.data(), i);
     }
-    for (unsigned int i = 0; i < N; i++) VerbosityPrintf(0x1, "\nstart of state #%d/%d", (int)i + 1, (int)N);
     VerbosityPrintf(0x1, "\n");
-    DeterminantRestrictionType none;
-    InitDeterminantRestriction(&none);
-    if (BlockGroundState(H, N, &s, none, s.Restrictions[0], block.data(), 0) != 0 ||
-        WaveFunctionArraySeperateBasis(block.data(), N) != 0) {
-        BlockWaveFunctionFree(block.data(), N);
-        return luaL_error(L, "Error EvolveToGroundstate: the ground-state search failed (out of memory?)\n");
-    }
     for (unsigned int i = 0; i < N; i++) {
         char name[256];
         memcpy(name, records[i]->Name, sizeof name);
         WaveFunctionFree(records[i]);
-        *records[i] = block[i];
+        *records[i] = states[i];
         memcpy(records[i]->Name, name, sizeof name);
     }
     return 0;
