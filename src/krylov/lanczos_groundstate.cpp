@@ -256,7 +256,7 @@ int Run(Search& s, WaveFunctionType* psi, double shiftMargin) {
             printf("WaveFunctionCopy failed in %s\n", s.name);
             return 0;
         }
-        WaveFunctionTruncateBasisMachineEpsilon(&result);
+        KrylovTruncate(&result, 2.220446049250313e-16);
         NormalizeOrZero(&result);
         WaveFunctionFree(psi);
         *psi = result;

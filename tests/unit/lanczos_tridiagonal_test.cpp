@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "krylov/blocklanczos_tridiagonal.h"
+#include "krylov/lanczos_groundstate.h"
 #include "krylov/lanczos_tridiagonal.h"
 #include "manybody/operator_psi.h"
 #include "manybody/wavefunction_algebra.h"
@@ -184,6 +185,47 @@ TEST(LanczosTriDiagonalize, KrylovFormIsOrthonormalAndAgrees) {
         WaveFunctionFree(&psi);
         FreeOperator(&H);
     }
+}
+
+double Expectation(const OperatorType& H, const WaveFunctionType& psi) {
+    WaveFunctionType h;
+    EXPECT_EQ(OperatorPsi(H, psi, &h), 0);
+    double re = 0, im = 0;
+    WaveFunctionDotProduct(psi, h, &re, &im);
+    WaveFunctionFree(&h);
+    return re;
+}
+
+TEST(LanczosGroundState, RingStatesInTurnAndOrthogonalToAComplexList) {
+    OperatorType H = HubbardRing(1.0, 4.0, 0.0);
+    // A start with weight in every symmetry sector of the ring.
+    WaveFunctionType states[2] = {State(kStart), State({{0x96, 1.0}, {0xCC, 0.4}, {0x5A, -0.3}})};
+    double epsilon = 2.220446049250313e-12;
+    ASSERT_EQ(LanczosGroundState(H, &states[0], &epsilon, 2.220446049250313e-14, 0.0, nullptr, 0), 0);
+    EXPECT_NEAR(Expectation(H, states[0]), -2.102748483462, 1e-10);
+    // An eigenstate returns at once, unchanged in energy.
+    const uint32_t before = states[0].N;
+    ASSERT_EQ(LanczosGroundState(H, &states[0], &epsilon, 2.220446049250313e-14, 0.0, nullptr, 0), 0);
+    EXPECT_EQ(states[0].N, before);
+    // The next state, orthogonal to the first made complex: the result is
+    // complex and orthogonal to it.
+    ASSERT_EQ(PromoteRealWaveFunctionToComplex(&states[0]), 0);
+    ASSERT_EQ(LanczosGroundState(H, &states[1], &epsilon, 2.220446049250313e-14, 0.0, states, 1), 0);
+    EXPECT_EQ(states[1].QComplex, 1u);
+    double re = 0, im = 0;
+    WaveFunctionDotProduct(states[0], states[1], &re, &im);
+    EXPECT_NEAR(std::hypot(re, im), 0.0, 1e-10);
+    // An eigenstate above the ground state: its variance vanishes.
+    const double e1 = Expectation(H, states[1]);
+    EXPECT_GT(e1, -2.102748483462 + 1e-3);
+    WaveFunctionType h;
+    ASSERT_EQ(OperatorPsi(H, states[1], &h), 0);
+    WaveFunctionDotProduct(h, h, &re, &im);
+    EXPECT_NEAR(re - e1 * e1, 0.0, 1e-9);
+    WaveFunctionFree(&h);
+    WaveFunctionFree(&states[0]);
+    WaveFunctionFree(&states[1]);
+    FreeOperator(&H);
 }
 
 TEST(LanczosBlockTriDiagonalize, KrylovBlocksAreOrthonormalAndGiveTheSameForm) {
