@@ -251,12 +251,9 @@ void RunDense(lua_State* L, const OperatorType& H, Work& w, std::vector<std::vec
     }
 }
 
-// The spectra of every pair (i, j) of transition functions,
-// G_ij = <T_i psi| 1/(w + E0 - H + i Gamma/2) |T_j psi>, spectrum number
-// i * count + j, from a function that gives the M by M matrix at an energy.
-template <class Evaluate>
-void TensorGrid(lua_State* L, CreateSpectraSettings& s, Work& w, uint32_t M, double lo, double hi, double E0,
-                Evaluate evaluate) {
+// The header of every spectrum of the call: the window (set from the poles
+// [lo, hi] where not given), steps and width.
+SpectraType GridHeader(CreateSpectraSettings& s, double lo, double hi) {
     SpectraAutomaticRange(lo, hi, s.NE, &s.Emin, &s.Emax, &s.Gamma);
     SpectraType head;
     InitSpectrumHeader(&head);
@@ -267,6 +264,16 @@ void TensorGrid(lua_State* L, CreateSpectraSettings& s, Work& w, uint32_t M, dou
     head.EminPole = lo;
     head.EmaxPole = hi;
     head.Gamma = s.Gamma;
+    return head;
+}
+
+// The spectra of every pair (i, j) of transition functions,
+// G_ij = <T_i psi| 1/(w + E0 - H + i Gamma/2) |T_j psi>, spectrum number
+// i * count + j, from a function that gives the M by M matrix at an energy.
+template <class Evaluate>
+void TensorGrid(lua_State* L, CreateSpectraSettings& s, Work& w, uint32_t M, double lo, double hi, double E0,
+                Evaluate evaluate) {
+    const SpectraType head = GridHeader(s, lo, hi);
     w.S = (SpectraType*)calloc((size_t)M * M, sizeof(SpectraType));
     if (w.S == nullptr) luaL_error(L, "malloc failed. Out of memory during initialization in CalculateSpectra\n");
     for (uint32_t n = 0; n < M * M; n++) {
@@ -491,16 +498,7 @@ int LuaCreateSpectra(lua_State* L) {
 
     double lo, hi;
     PoleRange(poles, E0, &lo, &hi);
-    SpectraAutomaticRange(lo, hi, s.NE, &s.Emin, &s.Emax, &s.Gamma);
-    SpectraType head;
-    InitSpectrumHeader(&head);
-    head.NE = s.NE;
-    head.Emin = s.Emin;
-    head.Emax = s.Emax;
-    head.dE = (s.Emax - s.Emin) / s.NE;
-    head.EminPole = lo;
-    head.EmaxPole = hi;
-    head.Gamma = s.Gamma;
+    const SpectraType head = GridHeader(s, lo, hi);
     w.S = (SpectraType*)calloc(npairs, sizeof(SpectraType));
     if (w.S == nullptr) return luaL_error(L, "malloc failed. Out of memory during initialization in CalculateSpectra\n");
     for (size_t n = 0; n < npairs; n++) {

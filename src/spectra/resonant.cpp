@@ -157,6 +157,39 @@ int Apply(const OperatorType& O, const WaveFunctionType& psi, WaveFunctionType* 
 }
 
 
+// The automatic window of a stage from the lowest and highest pole (relative
+// to the stage's zero): unset ends by the 1.1 / -0.1 rule, an unset width
+// as five thousandths of the window (with 1000 steps when those were not
+// given either).  `stage` is "intermediate states" or "final states".
+void AutomaticRange(Range* r, double lo, double hi, bool neUnset, const char* stage, const char* state) {
+    if (r->MinUnset() && r->MaxUnset()) {
+        r->Emin = 1.1 * lo - 0.1 * hi;
+        r->Emax = 1.1 * hi - 0.1 * lo;
+        if (r->Emin == r->Emax) r->Emin -= 1.0, r->Emax += 1.0;
+        VerbosityPrintf(0x2, "Automatically set energy range for %s Emin=%22.15E Emax=%22.15E\n", stage, r->Emin,
+                        r->Emax);
+    }
+    if (r->Gamma == 0.0) {
+        r->Gamma = 5.0 * (r->Emax - r->Emin) / 1000.0;
+        if (neUnset) r->NE = 1000;
+        VerbosityPrintf(0x2, "Automatically set lifetime (Gamma=%22.15E) for %s\n", r->Gamma, state);
+    }
+}
+
+// The header of the spectra of a stage.
+SpectraType StageHeader(const Range& r, double lo, double hi) {
+    SpectraType head;
+    InitSpectrumHeader(&head);
+    head.NE = r.NE;
+    head.Emin = r.Emin;
+    head.Emax = r.Emax;
+    head.dE = (r.Emax - r.Emin) / r.NE;
+    head.Gamma = r.Gamma;
+    head.EminPole = lo;
+    head.EmaxPole = hi;
+    return head;
+}
+
 // The space that H reaches from start (consumed into *basis): true when it
 // closes within `limit` determinants (or at any size when forced).
 bool Closure(const OperatorType& H, const DeterminantRestrictionType& R, uint32_t limit, bool forced,
@@ -268,41 +301,11 @@ bool ResonantPairDense(lua_State* L, const OperatorType& H1, const OperatorType&
     for (size_t m = 0; m < nm; m++) x[m] = Braket(mid.states[m], t1);
     Range r1 = in;
     const double lo = nm ? mid.E.front() - e01 : 0.0, hi = nm ? mid.E.back() - e01 : 0.0;
-    if (r1.MinUnset() && r1.MaxUnset()) {
-        r1.Emin = 1.1 * lo - 0.1 * hi;
-        r1.Emax = 1.1 * hi - 0.1 * lo;
-        if (r1.Emin == r1.Emax) r1.Emin -= 1.0, r1.Emax += 1.0;
-        VerbosityPrintf(0x2, "Automatically set energy range for intermediate states Emin=%22.15E Emax=%22.15E\n",
-                        r1.Emin, r1.Emax);
-    }
-    if (r1.Gamma == 0.0) {
-        r1.Gamma = 5.0 * (r1.Emax - r1.Emin) / 1000.0;
-        if (inNEUnset) r1.NE = 1000;
-        VerbosityPrintf(0x2, "Automatically set lifetime (Gamma=%22.15E) for intermediate state\n", r1.Gamma);
-    }
+    AutomaticRange(&r1, lo, hi, inNEUnset, "intermediate states", "intermediate state");
     Range r2 = out;
     const double flo = nf ? fin.E.front() - e02 : 0.0, fhi = nf ? fin.E.back() - e02 : 0.0;
-    if (r2.MinUnset() && r2.MaxUnset()) {
-        r2.Emin = 1.1 * flo - 0.1 * fhi;
-        r2.Emax = 1.1 * fhi - 0.1 * flo;
-        if (r2.Emin == r2.Emax) r2.Emin -= 1.0, r2.Emax += 1.0;
-        VerbosityPrintf(0x2, "Automatically set energy range for final states Emin=%22.15E Emax=%22.15E\n", r2.Emin,
-                        r2.Emax);
-    }
-    if (r2.Gamma == 0.0) {
-        r2.Gamma = 5.0 * (r2.Emax - r2.Emin) / 1000.0;
-        if (outNEUnset) r2.NE = 1000;
-        VerbosityPrintf(0x2, "Automatically set lifetime (Gamma=%22.15E) for final state\n", r2.Gamma);
-    }
-    SpectraType head;
-    InitSpectrumHeader(&head);
-    head.NE = r2.NE;
-    head.Emin = r2.Emin;
-    head.Emax = r2.Emax;
-    head.dE = (r2.Emax - r2.Emin) / r2.NE;
-    head.Gamma = r2.Gamma;
-    head.EminPole = flo;
-    head.EmaxPole = fhi;
+    AutomaticRange(&r2, flo, fhi, outNEUnset, "final states", "final state");
+    const SpectraType head = StageHeader(r2, flo, fhi);
     const double dE1 = (r1.Emax - r1.Emin) / r1.NE;
     for (size_t t = 0; t < T2.size(); t++) {
         // <f|T2|m> for every pair of eigenstates.
@@ -415,17 +418,7 @@ int LuaCreateResonantSpectra(lua_State* L) {
             res.Build(L, *H1, t1, NTri1, epsilon, R1.r, "ResonantSpectra");
             Range r1 = in;
             const double lo = res.l.front() - e01, hi = res.l.back() - e01;
-            if (r1.MinUnset() && r1.MaxUnset()) {
-                r1.Emin = 1.1 * lo - 0.1 * hi;
-                r1.Emax = 1.1 * hi - 0.1 * lo;
-                VerbosityPrintf(0x2, "Automatically set energy range for intermediate states Emin=%22.15E Emax=%22.15E\n",
-                                r1.Emin, r1.Emax);
-            }
-            if (r1.Gamma == 0.0) {
-                r1.Gamma = 5.0 * (r1.Emax - r1.Emin) / 1000.0;
-                if (inNEUnset) r1.NE = 1000;
-                VerbosityPrintf(0x2, "Automatically set lifetime (Gamma=%22.15E) for intermediate state\n", r1.Gamma);
-            }
+            AutomaticRange(&r1, lo, hi, inNEUnset, "intermediate states", "intermediate state");
             const double dE1 = (r1.Emax - r1.Emin) / r1.NE;
             std::vector<TriDiagonalMatrixType> tri;
             struct TriGuard {
@@ -458,35 +451,16 @@ int LuaCreateResonantSpectra(lua_State* L) {
                 }
             }
             Range r2 = out;
-            if (r2.MinUnset() || r2.MaxUnset() || r2.Gamma == 0.0) {
-                double l2lo = DBL_MAX, l2hi = -DBL_MAX;
-                for (auto& m : tri) {
-                    std::vector<double> ev(m.N);
-                    if (TriDiagonalMatrixToEigenvalues(m, ev.data()) != 0 || m.b[0] == 0.0) continue;
-                    l2lo = std::fmin(l2lo, ev.front() - e02);
-                    l2hi = std::fmax(l2hi, ev.back() - e02);
-                }
-                if (l2lo > l2hi) l2lo = l2hi = 0.0;
-                if (r2.MinUnset() && r2.MaxUnset()) {
-                    r2.Emin = 1.1 * l2lo - 0.1 * l2hi;
-                    r2.Emax = 1.1 * l2hi - 0.1 * l2lo;
-                    if (r2.Emin == r2.Emax) r2.Emin -= 1.0, r2.Emax += 1.0;
-                    VerbosityPrintf(0x2, "Automatically set energy range for final states Emin=%22.15E Emax=%22.15E\n",
-                                    r2.Emin, r2.Emax);
-                }
-                if (r2.Gamma == 0.0) {
-                    r2.Gamma = 5.0 * (r2.Emax - r2.Emin) / 1000.0;
-                    if (outNEUnset) r2.NE = 1000;
-                    VerbosityPrintf(0x2, "Automatically set lifetime (Gamma=%22.15E) for final state\n", r2.Gamma);
-                }
+            double l2lo = DBL_MAX, l2hi = -DBL_MAX;
+            for (auto& m : tri) {
+                std::vector<double> ev(m.N);
+                if (TriDiagonalMatrixToEigenvalues(m, ev.data()) != 0 || m.b[0] == 0.0) continue;
+                l2lo = std::fmin(l2lo, ev.front() - e02);
+                l2hi = std::fmax(l2hi, ev.back() - e02);
             }
-            SpectraType head;
-            InitSpectrumHeader(&head);
-            head.NE = r2.NE;
-            head.Emin = r2.Emin;
-            head.Emax = r2.Emax;
-            head.dE = (r2.Emax - r2.Emin) / r2.NE;
-            head.Gamma = r2.Gamma;
+            if (l2lo > l2hi) l2lo = l2hi = 0.0;
+            AutomaticRange(&r2, l2lo, l2hi, outNEUnset, "final states", "final state");
+            const SpectraType head = StageHeader(r2, l2lo, l2hi);
             for (size_t t = 0; t < T2.size(); t++) {
                 for (uint32_t k = 0; k <= r1.NE; k++) {
                     SpectraType s;

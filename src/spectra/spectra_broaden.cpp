@@ -33,37 +33,6 @@ double LorentzianWeight(double y, double dE, double fwhm) {
     return amplitude * w;
 }
 
-// Convolution with a kernel that depends on the distance only.
-int ConvolveFixed(SpectraType* S, const std::vector<double>& kernel) {
-    const int64_t n = (int64_t)S->NE + 1;
-    double* re = (double*)malloc(n * sizeof(double));
-    double* im = (double*)malloc(n * sizeof(double));
-    if (re == nullptr || im == nullptr) {
-        free(re);
-        free(im);
-        printf("Fatal out of memory, intermediate allocation failed\n");
-        return 1;
-    }
-    const double* sre = S->Re;
-    const double* sim = S->Im;
-#pragma omp parallel for schedule(static)
-    for (int64_t i = 0; i < n; i++) {
-        double r = 0.0, m = 0.0;
-        for (int64_t j = 0; j < n; j++) {
-            const double w = kernel[(size_t)(i - j + n - 1)];
-            r += w * sre[j];
-            m += w * sim[j];
-        }
-        re[i] = r;
-        im[i] = m;
-    }
-    free(S->Re);
-    free(S->Im);
-    S->Re = re;
-    S->Im = im;
-    return 0;
-}
-
 // Convolution whose kernel depends on the output point.
 template <class Weight>
 int ConvolveVariable(SpectraType* S, Weight weight) {
@@ -94,6 +63,12 @@ int ConvolveVariable(SpectraType* S, Weight weight) {
     S->Re = re;
     S->Im = im;
     return 0;
+}
+
+// Convolution with a kernel that depends on the distance only.
+int ConvolveFixed(SpectraType* S, const std::vector<double>& kernel) {
+    const int64_t last = (int64_t)S->NE;
+    return ConvolveVariable(S, [&](int64_t, double y) { return kernel[(size_t)((int64_t)y + last)]; });
 }
 
 // The width of a table of pairs at energy e, linear between the points and
